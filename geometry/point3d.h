@@ -1,0 +1,149 @@
+// CPoint3d: a 3D position of three doubles.
+//
+// Tolerances: Equals(p, tol) is strict everywhere (each |d| < tol and the squared
+// distance < tol*tol); the tolerant order operator< / operator> is inclusive at
+// +-EqualTol, so the two are deliberately not complementary at the boundary.
+// IsOn tests are strict against EqualTol. DistanceTo returns exactly 0.0 when the
+// squared distance is at or below DivideByZeroTolSq.
+#ifndef PLENAR_GEOMETRY_POINT3D_H
+#define PLENAR_GEOMETRY_POINT3D_H
+
+#include <geometry/export.h>
+#include <geometry/tol.h>
+#include <geometry/unitvector3d.h>
+#include <geometry/vector3d.h>
+
+#include <cmath>
+#include <iosfwd>
+#include <vector>
+
+namespace velmor::geometry {
+
+class CRay3d;
+class CPlane;
+
+class PLENAR_API CPoint3d {
+public:
+    double x;
+    double y;
+    double z;
+
+    constexpr CPoint3d() noexcept : x(0.0), y(0.0), z(0.0) {}
+    constexpr CPoint3d(double x_, double y_, double z_) noexcept : x(x_), y(y_), z(z_) {}
+    /// The weighted sum a*p + b*q, each coordinate evaluated as b*q + a*p; the
+    /// weights are not normalised.
+    constexpr CPoint3d(double a, const CPoint3d& p, double b, const CPoint3d& q) noexcept
+        : x(b * q.x + a * p.x), y(b * q.y + a * p.y), z(b * q.z + a * p.z) {}
+    /// p + d*u.
+    constexpr CPoint3d(const CPoint3d& p, double d, const CUnitVector3d& u) noexcept
+        : x(p.x + d * u.x), y(p.y + d * u.y), z(p.z + d * u.z) {}
+    /// p + v.
+    constexpr CPoint3d(const CPoint3d& p, const CVector3d& v) noexcept : x(p.x + v.x), y(p.y + v.y), z(p.z + v.z) {}
+
+    CPoint3d& operator+=(const CVector3d& v) noexcept {
+        x += v.x;
+        y += v.y;
+        z += v.z;
+        return *this;
+    }
+    CPoint3d& operator-=(const CVector3d& v) noexcept {
+        x -= v.x;
+        y -= v.y;
+        z -= v.z;
+        return *this;
+    }
+    constexpr CPoint3d operator+(const CVector3d& v) const noexcept { return {x + v.x, y + v.y, z + v.z}; }
+    constexpr CPoint3d operator-(const CVector3d& v) const noexcept { return {x - v.x, y - v.y, z - v.z}; }
+    /// Component-wise sum of two positions.
+    constexpr CPoint3d operator+(const CPoint3d& p) const noexcept { return {x + p.x, y + p.y, z + p.z}; }
+    /// The vector from p to this point.
+    constexpr CVector3d operator-(const CPoint3d& p) const noexcept { return {x - p.x, y - p.y, z - p.z}; }
+
+    /// Sets this point to p + d*u.
+    void Offset(const CPoint3d& p, double d, const CUnitVector3d& u) noexcept { *this = CPoint3d(p, d, u); }
+    /// Sets this point to p + v.
+    void Offset(const CPoint3d& p, const CVector3d& v) noexcept { *this = CPoint3d(p, v); }
+    /// This point moved by d along u.
+    constexpr CPoint3d Offset(double d, const CUnitVector3d& u) const noexcept { return CPoint3d(*this, d, u); }
+    /// This point moved by v.
+    constexpr CPoint3d Offset(const CVector3d& v) const noexcept { return CPoint3d(*this, v); }
+
+    /// Strict: |dx| < tol, |dy| < tol, |dz| < tol (in that order, stopping at the
+    /// first failure), and the squared distance < tol*tol.
+    bool Equals(const CPoint3d& p, double tol) const noexcept {
+        const double dx = x - p.x;
+        if (!(std::fabs(dx) < tol)) return false;
+        const double dy = y - p.y;
+        if (!(std::fabs(dy) < tol)) return false;
+        const double dz = z - p.z;
+        if (!(std::fabs(dz) < tol)) return false;
+        return dx * dx + dy * dy + dz * dz < tol * tol;
+    }
+
+    constexpr double DistanceSquaredTo(const CPoint3d& p) const noexcept {
+        const double dx = x - p.x, dy = y - p.y, dz = z - p.z;
+        return dx * dx + dy * dy + dz * dz;
+    }
+    /// Exactly 0.0 when the squared distance is at or below DivideByZeroTolSq.
+    double DistanceTo(const CPoint3d& p) const noexcept {
+        const double d2 = DistanceSquaredTo(p);
+        return d2 > DivideByZeroTolSq ? std::sqrt(d2) : 0.0;
+    }
+    /// Squared distance to the infinite line through p along u: |(this - p) x u|^2,
+    /// unguarded.
+    double DistanceSquaredTo(const CPoint3d& p, const CUnitVector3d& u) const noexcept {
+        return ((*this - p) * u).LengthSquared();
+    }
+    /// Distance to the infinite line through p along u; 0.0 when the squared
+    /// distance is at or below DivideByZeroTolSq.
+    double DistanceTo(const CPoint3d& p, const CUnitVector3d& u) const noexcept {
+        const double d2 = DistanceSquaredTo(p, u);
+        return d2 > DivideByZeroTolSq ? std::sqrt(d2) : 0.0;
+    }
+    /// On the infinite line through p along u: line distance < EqualTol (strict).
+    bool IsOn(const CPoint3d& p, const CUnitVector3d& u) const noexcept { return DistanceTo(p, u) < EqualTol; }
+
+    /// a when the squared distance to b is >= that to a (a tie selects a);
+    /// otherwise, and whenever a distance is NaN, b.
+    CPoint3d SelectClosest(const CPoint3d& a, const CPoint3d& b) const noexcept {
+        return DistanceSquaredTo(b) >= DistanceSquaredTo(a) ? a : b;
+    }
+
+    /// Tolerant lexicographic order with e = EqualTol: true at dx <= -e, false at
+    /// dx >= e, then the same on y, finally dz <= -e. Inclusive at +-e.
+    bool operator<(const CPoint3d& p) const noexcept;
+    /// The mirror of operator<: true at dx >= e, false at dx <= -e, ..., dz >= e.
+    bool operator>(const CPoint3d& p) const noexcept;
+
+    /// True when no coordinate is NaN or infinite.
+    bool IsValidObj() const noexcept { return std::isfinite(x) && std::isfinite(y) && std::isfinite(z); }
+
+    /// Perspective projection towards an eye at distance d: false (unchanged) when
+    /// |z| < DivideByZeroTol; otherwise scales all three by d / (d - z).
+    bool Project(double d) noexcept;
+    /// OpenGL-style projection: same guard; scales x, y by -d / z and sets z = -d.
+    bool ProjectGL(double d) noexcept;
+
+    /// The solver step of LeastSquaresFit, from the nine sums of plane coefficient
+    /// products Saa, Sab, Sac, Sad, Sbb, Sbc, Sbd, Scc, Scd, eliminating x first.
+    bool ComputeLSF(double& aa, double& ab, double& ac, double& ad, double& bb, double& bc, double& bd, double& cc,
+                    double& cd) noexcept;
+
+    /// Classifies the intersection of segments p1-p2 and p3-p4 and writes it into
+    /// this point. Result bits: 1 at p1, 2 at p2, 4 inside p1-p2, 8 at p3, 16 at p4,
+    /// 32 inside p3-p4; 0 for none (then t and u, when given, are -1 and this point
+    /// is left unchanged).
+    int Intersect(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& p3, const CPoint3d& p4, double* t,
+                  double* u) noexcept;
+    /// The same without parameters: true when the classifier is non-zero.
+    bool Intersect(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& p3, const CPoint3d& p4) noexcept {
+        return Intersect(p1, p2, p3, p4, nullptr, nullptr) != 0;
+    }
+};
+
+/// Writes "(x, y, z)" with the stream's current formatting; no line end.
+PLENAR_API std::ostream& operator<<(std::ostream& os, const CPoint3d& p);
+
+}  // namespace velmor::geometry
+
+#endif
