@@ -1,0 +1,78 @@
+// CPoint2d and CVector2d: double-precision 2D points and vectors, used where 2D
+// geometry needs more precision than the float drawing types (polygons, boxes,
+// segment intersection, point-in-polygon).
+//
+// Arithmetic is plain double arithmetic; equality (==) is exact. Tolerant
+// comparisons live with the algorithms that need them.
+#ifndef PLENAR_GEOMETRY_POINT2D_H
+#define PLENAR_GEOMETRY_POINT2D_H
+
+#include <geometry/export.h>
+
+#include <cmath>
+
+namespace velmor::geometry {
+
+class CPoint2f;
+class CVector2f;
+
+class PLENAR_API CVector2d {
+public:
+    double x;
+    double y;
+
+    constexpr CVector2d() noexcept : x(0.0), y(0.0) {}
+    constexpr CVector2d(double x_, double y_) noexcept : x(x_), y(y_) {}
+    /// Widens both coordinates to double.
+    explicit CVector2d(const CVector2f& v) noexcept;
+
+    constexpr CVector2d operator+(const CVector2d& v) const noexcept { return {x + v.x, y + v.y}; }
+    constexpr CVector2d operator-(const CVector2d& v) const noexcept { return {x - v.x, y - v.y}; }
+    constexpr CVector2d operator-() const noexcept { return {-x, -y}; }
+    constexpr CVector2d operator*(double s) const noexcept { return {x * s, y * s}; }
+    constexpr CVector2d operator/(double s) const noexcept { return {x / s, y / s}; }
+    CVector2d& operator+=(const CVector2d& v) noexcept { x += v.x; y += v.y; return *this; }
+    CVector2d& operator-=(const CVector2d& v) noexcept { x -= v.x; y -= v.y; return *this; }
+    CVector2d& operator*=(double s) noexcept { x *= s; y *= s; return *this; }
+    constexpr bool operator==(const CVector2d& v) const noexcept { return x == v.x && y == v.y; }
+    constexpr bool operator!=(const CVector2d& v) const noexcept { return !(*this == v); }
+
+    constexpr double LengthSquared() const noexcept { return x * x + y * y; }
+    double Length() const noexcept { return std::sqrt(LengthSquared()); }
+};
+
+constexpr CVector2d operator*(double s, const CVector2d& v) noexcept { return v * s; }
+/// Dot product a.x*b.x + a.y*b.y.
+constexpr double Dot(const CVector2d& a, const CVector2d& b) noexcept { return a.x * b.x + a.y * b.y; }
+/// 2D cross product a.x*b.y - a.y*b.x: positive when b lies counter-clockwise of a.
+constexpr double Cross(const CVector2d& a, const CVector2d& b) noexcept { return a.x * b.y - a.y * b.x; }
+
+class PLENAR_API CPoint2d {
+public:
+    double x;
+    double y;
+
+    constexpr CPoint2d() noexcept : x(0.0), y(0.0) {}
+    constexpr CPoint2d(double x_, double y_) noexcept : x(x_), y(y_) {}
+    /// Widens both coordinates to double.
+    explicit CPoint2d(const CPoint2f& p) noexcept;
+
+    constexpr CPoint2d operator+(const CVector2d& v) const noexcept { return {x + v.x, y + v.y}; }
+    constexpr CPoint2d operator-(const CVector2d& v) const noexcept { return {x - v.x, y - v.y}; }
+    /// The vector from p to this point.
+    constexpr CVector2d operator-(const CPoint2d& p) const noexcept { return {x - p.x, y - p.y}; }
+    CPoint2d& operator+=(const CVector2d& v) noexcept { x += v.x; y += v.y; return *this; }
+    CPoint2d& operator-=(const CVector2d& v) noexcept { x -= v.x; y -= v.y; return *this; }
+    constexpr bool operator==(const CPoint2d& p) const noexcept { return x == p.x && y == p.y; }
+    constexpr bool operator!=(const CPoint2d& p) const noexcept { return !(*this == p); }
+
+    constexpr double DistanceSquaredTo(const CPoint2d& p) const noexcept { return (*this - p).LengthSquared(); }
+    double DistanceTo(const CPoint2d& p) const noexcept { return std::sqrt(DistanceSquaredTo(p)); }
+
+    /// True when neither coordinate is NaN or infinite.
+    bool IsValidObj() const noexcept { return std::isfinite(x) && std::isfinite(y); }
+};
+
+}  // namespace velmor::geometry
+
+#endif
