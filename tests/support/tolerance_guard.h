@@ -1,0 +1,34 @@
+// Test helper: changes the library's linear tolerances for the lifetime of the
+// guard and restores them afterwards, so that one test's change never leaks into
+// another. The squared tolerances are deliberately left alone: the library
+// computes them once at load time and never follows later changes.
+#ifndef PLENAR_TESTS_SUPPORT_TOLERANCE_GUARD_H
+#define PLENAR_TESTS_SUPPORT_TOLERANCE_GUARD_H
+
+#include <geometry/tol.h>
+
+namespace plenar_test {
+
+class ToleranceGuard {
+public:
+    ToleranceGuard() = default;
+    ToleranceGuard(double equalTol, float equalTolF) {
+        velmor::geometry::EqualTol = equalTol;
+        velmor::geometry::EqualTolF = equalTolF;
+    }
+    explicit ToleranceGuard(double equalTol) { velmor::geometry::EqualTol = equalTol; }
+    ~ToleranceGuard() {
+        velmor::geometry::EqualTol = savedTol_;
+        velmor::geometry::EqualTolF = savedTolF_;
+    }
+    ToleranceGuard(const ToleranceGuard&) = delete;
+    ToleranceGuard& operator=(const ToleranceGuard&) = delete;
+
+private:
+    double savedTol_ = velmor::geometry::EqualTol;
+    float savedTolF_ = velmor::geometry::EqualTolF;
+};
+
+}  // namespace plenar_test
+
+#endif
