@@ -28,13 +28,13 @@ run(${WORK_DIR}/cmake-client/plenar_client)
 message(STATUS "find_package client: ${LAST_OUTPUT}")
 
 # 2. pkg-config
-set(ENV{PKG_CONFIG_PATH} ${prefix}/lib/pkgconfig)
+set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)
 find_program(PKG_CONFIG NAMES pkg-config pkgconf REQUIRED)
 run(${PKG_CONFIG} --cflags --libs plenar)
 string(STRIP "${LAST_OUTPUT}" pc_flags)
 separate_arguments(pc_flags UNIX_COMMAND "${pc_flags}")
 separate_arguments(extra UNIX_COMMAND "${client_flags}")
-run(${CXX_COMPILER} ${extra} ${CLIENT_SOURCE_DIR}/main.cpp ${pc_flags} -Wl,-rpath,${prefix}/lib
+run(${CXX_COMPILER} ${extra} ${CLIENT_SOURCE_DIR}/main.cpp ${pc_flags} -Wl,-rpath,${prefix}/${LIBDIR}
     -o ${WORK_DIR}/pkgconfig_client)
 run(${WORK_DIR}/pkgconfig_client)
 message(STATUS "pkg-config client: ${LAST_OUTPUT}")
