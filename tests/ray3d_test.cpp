@@ -26,7 +26,7 @@ CBoundingBox3d Box(double x0, double x1, double y0, double y1, double z0, double
 const CBoundingBox3d kUnit = Box(0, 1, 0, 1, 0, 1);
 
 int Side(const CRay3d& r, const CBoundingBox3d& box, CPoint3d& hit, bool& ok) {
-    EBoxSide side = static_cast<EBoxSide>(99);
+    EBoxSide side = static_cast<EBoxSide>(6);  // overwritten by every call
     ok = r.IntersectWith(box, hit, side);
     return static_cast<int>(side);
 }
