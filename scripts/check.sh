@@ -7,3 +7,8 @@ cd "$(dirname "$0")/.."
 
 cmake --workflow --preset release
 cmake --workflow --preset sanitize
+
+# The Debian package must install with apt-get and serve a client (needs root).
+if [ "$(id -u)" = 0 ]; then
+  ./scripts/check-deb.sh
+fi

@@ -1,4 +1,4 @@
-# Installs the built library into a fresh prefix and builds and runs a small client
+# Installs the built library into a fresh prefix (or uses an installed one) and builds and runs a small client
 # against it twice: once through find_package(Plenar), once through pkg-config.
 # Any failure (a missing header, a broken package file, an unexported symbol)
 # fails the test.
@@ -13,11 +13,17 @@ function(run)
 endfunction()
 
 string(REPLACE ";" " " client_flags "${CLIENT_FLAGS}")
-set(prefix ${WORK_DIR}/prefix)
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
 
-run(${CMAKE_COMMAND} --install ${PLENAR_BUILD_DIR} --prefix ${prefix})
+# With INSTALLED_PREFIX the package is already installed there (for instance by
+# the Debian package); otherwise install the build tree into a fresh prefix.
+if(INSTALLED_PREFIX)
+  set(prefix ${INSTALLED_PREFIX})
+else()
+  set(prefix ${WORK_DIR}/prefix)
+  run(${CMAKE_COMMAND} --install ${PLENAR_BUILD_DIR} --prefix ${prefix})
+endif()
 
 # 1. CMake package
 run(${CMAKE_COMMAND} -S ${CLIENT_SOURCE_DIR} -B ${WORK_DIR}/cmake-client

@@ -1,0 +1,2 @@
+// Rangef is wholly inline; this unit anchors it in the library's source layout.
+#include <geometry/rangef.h>

@@ -1,0 +1,404 @@
+#include <geometry/transformation.h>
+
+#include <geometry/quaternion.h>
+
+#include <cmath>
+
+namespace velmor::geometry {
+
+namespace {
+
+// Below this a scale or determinant makes the transformation singular. A fixed
+// constant of the class, independent of the global tolerances.
+constexpr double SingularTol = 1e-15;
+
+constexpr double IdentityMatrix[9] = {1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
+
+void SetIdentity3x3(double* m) noexcept {
+    for (int i = 0; i < 9; ++i) m[i] = IdentityMatrix[i];
+}
+
+void SetColumns(double* m, const CUnitVector3d& x, const CUnitVector3d& y, const CUnitVector3d& z) noexcept {
+    m[0] = x.x;
+    m[1] = y.x;
+    m[2] = z.x;
+    m[3] = x.y;
+    m[4] = y.y;
+    m[5] = z.y;
+    m[6] = x.z;
+    m[7] = y.z;
+    m[8] = z.z;
+}
+
+// Row r of the 3x3 part dotted with row s.
+double RowDot(const double* m, int r, int s) noexcept {
+    return (m[3 * r] * m[3 * s] + m[3 * r + 1] * m[3 * s + 1]) + m[3 * r + 2] * m[3 * s + 2];
+}
+
+}  // namespace
+
+CTransformation::CTransformation() noexcept
+    : matrix{1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0},
+      translation{0.0, 0.0, 0.0},
+      scale(1.0),
+      isIdentity(true),
+      isOrthogonal(true) {}
+
+CTransformation::CTransformation(const CUnitVector3d& xAxis, const CUnitVector3d& yAxis, const CUnitVector3d& zAxis,
+                                 const CPoint3d& origin) noexcept
+    : matrix{}, translation{origin.x, origin.y, origin.z}, scale(1.0), isIdentity(false), isOrthogonal(true) {
+    SetColumns(matrix, xAxis, yAxis, zAxis);
+}
+
+CTransformation::CTransformation(const CPoint3d& origin, const CUnitVector3d& zAxis) noexcept
+    : matrix{}, translation{origin.x, origin.y, origin.z}, scale(1.0), isIdentity(false), isOrthogonal(true) {
+    CUnitVector3d xAxis;
+    CUnitVector3d yAxis;
+    zAxis.GetArbitraryAxes(xAxis, yAxis);
+    SetColumns(matrix, xAxis, yAxis, zAxis);
+}
+
+CTransformation::CTransformation(const double* m16) noexcept
+    : matrix{}, translation{}, scale(1.0), isIdentity(false), isOrthogonal(false) {
+    SetMatrix(m16);
+}
+
+void CTransformation::Identity() noexcept { *this = CTransformation(); }
+
+void CTransformation::SetMatrix(const double* m16) noexcept {
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) matrix[3 * i + j] = m16[4 * j + i];
+        translation[i] = m16[12 + i];
+    }
+    scale = 1.0 / m16[15];
+    isIdentity = false;
+    isOrthogonal = false;
+}
+
+void CTransformation::SetMatrixf(const float* m16) noexcept {
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) matrix[3 * i + j] = static_cast<double>(m16[4 * j + i]);
+        translation[i] = static_cast<double>(m16[12 + i]);
+    }
+    scale = 1.0 / static_cast<double>(m16[15]);
+    isIdentity = false;
+    isOrthogonal = false;
+}
+
+void CTransformation::GetMatrix(double* m16) const noexcept {
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) m16[4 * j + i] = matrix[3 * i + j];
+        m16[4 * i + 3] = 0.0;
+        m16[12 + i] = translation[i];
+    }
+    m16[15] = 1.0 / scale;
+}
+
+void CTransformation::GetMatrixf(float* m16) const noexcept {
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) m16[4 * j + i] = static_cast<float>(matrix[3 * i + j]);
+        m16[4 * i + 3] = 0.0f;
+        m16[12 + i] = static_cast<float>(translation[i]);
+    }
+    m16[15] = static_cast<float>(1.0 / scale);
+}
+
+bool CTransformation::SetTransformation(const double* m9, const double* t3, double s) noexcept {
+    isIdentity = false;
+    for (int i = 0; i < 9; ++i) matrix[i] = m9[i];
+    for (int i = 0; i < 3; ++i) translation[i] = t3[i];
+    scale = s;
+    if (IsReallyIdentity()) Identity();
+    return ResynchOrthogonal();
+}
+
+void CTransformation::Translation(const CVector3d& v) noexcept {
+    SetIdentity3x3(matrix);
+    scale = 1.0;
+    translation[0] = v.x;
+    translation[1] = v.y;
+    translation[2] = v.z;
+    isIdentity = false;
+    isOrthogonal = true;
+}
+
+void CTransformation::Translation(const CPoint3d& p) noexcept {
+    if (!isIdentity) {  // an identity already holds the unit matrix and scale
+        SetIdentity3x3(matrix);
+        scale = 1.0;
+    }
+    translation[0] = p.x;
+    translation[1] = p.y;
+    translation[2] = p.z;
+    isIdentity = false;
+    isOrthogonal = true;
+}
+
+void CTransformation::Rotation(const CPoint3d& p, const CUnitVector3d& axis, double angle) noexcept {
+    const double x = axis.x, y = axis.y, z = axis.z;
+    const double s = std::sin(angle);
+    const double c = std::cos(angle);
+    const double k = 1.0 - c;
+    double* m = matrix;
+    m[0] = (1.0 - x * x) * c + x * x;
+    m[1] = x * y * k - z * s;
+    m[2] = x * z * k + y * s;
+    m[3] = x * y * k + z * s;
+    m[4] = (1.0 - y * y) * c + y * y;
+    m[5] = y * z * k - x * s;
+    m[6] = x * z * k - y * s;
+    m[7] = y * z * k + x * s;
+    m[8] = (1.0 - z * z) * c + z * z;
+    // p - matrix * p, so that the axis line stays fixed.
+    translation[0] = p.x - ((m[0] * p.x + m[1] * p.y) + m[2] * p.z);
+    translation[1] = p.y - ((m[3] * p.x + m[4] * p.y) + m[5] * p.z);
+    translation[2] = p.z - ((m[6] * p.x + m[7] * p.y) + m[8] * p.z);
+    scale = 1.0;
+    isIdentity = false;
+    isOrthogonal = true;
+}
+
+void CTransformation::Scaling(double s) noexcept {
+    if (!isIdentity) {
+        SetIdentity3x3(matrix);
+        ClearTranslation();
+    }
+    scale = s;
+    isIdentity = false;
+    isOrthogonal = true;
+}
+
+void CTransformation::Scaling(double sx, double sy, double sz) noexcept {
+    if (!isIdentity) {
+        SetIdentity3x3(matrix);
+        ClearTranslation();
+    }
+    matrix[0] = sx;
+    matrix[4] = sy;
+    matrix[8] = sz;
+    scale = 1.0;
+    isIdentity = false;
+    isOrthogonal = false;
+}
+
+void CTransformation::ClearRotation() noexcept { SetIdentity3x3(matrix); }
+
+CTransformation CTransformation::Translate(const CVector3d& v) noexcept {
+    CTransformation t;
+    t.Translation(v);
+    return t;
+}
+
+CTransformation CTransformation::Translate(const CPoint3d& p) noexcept { return Translate(CVector3d(p.x, p.y, p.z)); }
+
+CTransformation CTransformation::Rotate(const CPoint3d& p, const CUnitVector3d& axis, double angle) noexcept {
+    CTransformation t;
+    t.Rotation(p, axis, angle);
+    return t;
+}
+
+CTransformation CTransformation::Scale(double s) noexcept {
+    CTransformation t;
+    t.Scaling(s);
+    return t;
+}
+
+CTransformation CTransformation::Scale(double sx, double sy, double sz) noexcept {
+    CTransformation t;
+    t.Scaling(sx, sy, sz);
+    return t;
+}
+
+CTransformation CTransformation::Scale(const CPoint3d& p, double s) noexcept {
+    const CTransformation t = Translate(p);
+    return (t * Scale(s)) * Inverse(t);
+}
+
+CTransformation CTransformation::Scale(const CPoint3d& p, double sx, double sy, double sz) noexcept {
+    const CTransformation t = Translate(p);
+    return (t * Scale(sx, sy, sz)) * Inverse(t);
+}
+
+CTransformation CTransformation::Inverse(const CTransformation& a) noexcept {
+    CTransformation r(a);
+    r.Invert();
+    return r;
+}
+
+CTransformation CTransformation::Interpolate(const CTransformation& a, const CTransformation& b, double t) noexcept {
+    if (std::fabs(t) < EqualTol) return a;
+    if (std::fabs(t - 1.0) < EqualTol) return b;
+    CTransformation r(b);  // b's scale and flags: the scale is not interpolated
+    const CPoint3d ta(a.translation[0], a.translation[1], a.translation[2]);
+    const CPoint3d tb(b.translation[0], b.translation[1], b.translation[2]);
+    const CPoint3d blended(1.0 - t, ta, t, tb);
+    r.translation[0] = blended.x;
+    r.translation[1] = blended.y;
+    r.translation[2] = blended.z;
+    const Quaternion q = Quaternion::Slerp(Quaternion(a.matrix), Quaternion(b.matrix), t);
+    q.Set(r.matrix);
+    return r;
+}
+
+CTransformation CTransformation::operator*(const CTransformation& b) const noexcept {
+    // Only the left operand's flag short-cuts: an identity-flagged right operand is
+    // multiplied out like any other.
+    if (isIdentity) return b;
+    CTransformation r;
+    const double* A = matrix;
+    const double* B = b.matrix;
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
+            r.matrix[3 * i + j] = (A[3 * i] * B[j] + A[3 * i + 1] * B[3 + j]) + A[3 * i + 2] * B[6 + j];
+        }
+        r.translation[i] =
+            ((A[3 * i] * b.translation[0] + A[3 * i + 1] * b.translation[1]) + A[3 * i + 2] * b.translation[2]) +
+            translation[i] / b.scale;
+    }
+    r.scale = scale * b.scale;
+    r.isIdentity = false;
+    r.isOrthogonal = isOrthogonal && b.isOrthogonal;
+    return r;
+}
+
+void CTransformation::Invert() noexcept {
+    if (isIdentity) return;
+    if (std::fabs(scale) < SingularTol) return;
+    if (!Invert3x3()) return;
+    const double* m = matrix;
+    const double tx = translation[0], ty = translation[1], tz = translation[2];
+    translation[0] = -scale * ((m[0] * tx + m[1] * ty) + m[2] * tz);
+    translation[1] = -scale * ((m[3] * tx + m[4] * ty) + m[5] * tz);
+    translation[2] = -scale * ((m[6] * tx + m[7] * ty) + m[8] * tz);
+    scale = 1.0 / scale;
+}
+
+bool CTransformation::Invert3x3() noexcept {
+    double* m = matrix;
+    if (isOrthogonal) {  // trusted: a rotation's inverse is its transpose
+        double t = m[1];
+        m[1] = m[3];
+        m[3] = t;
+        t = m[2];
+        m[2] = m[6];
+        m[6] = t;
+        t = m[5];
+        m[5] = m[7];
+        m[7] = t;
+        return true;
+    }
+    const double d = GetDeterminant();
+    if (std::fabs(d) < SingularTol) return false;
+    const double adj[9] = {
+        m[4] * m[8] - m[5] * m[7], m[2] * m[7] - m[1] * m[8], m[1] * m[5] - m[2] * m[4],
+        m[5] * m[6] - m[3] * m[8], m[0] * m[8] - m[2] * m[6], m[2] * m[3] - m[0] * m[5],
+        m[3] * m[7] - m[4] * m[6], m[1] * m[6] - m[0] * m[7], m[0] * m[4] - m[1] * m[3],
+    };
+    for (int i = 0; i < 9; ++i) m[i] = adj[i] / d;
+    return true;
+}
+
+bool CTransformation::operator==(const CTransformation& b) const noexcept {
+    // Column by column, then translation, then scale.
+    for (int j = 0; j < 3; ++j) {
+        for (int i = 0; i < 3; ++i) {
+            if (!(std::fabs(matrix[3 * i + j] - b.matrix[3 * i + j]) < EqualTol)) return false;
+        }
+    }
+    for (int i = 0; i < 3; ++i) {
+        if (!(std::fabs(translation[i] - b.translation[i]) < EqualTol)) return false;
+    }
+    return std::fabs(scale - b.scale) < EqualTol;
+}
+
+double CTransformation::ZRotation() const noexcept {
+    const CUnitVector3d zt = Z();
+    const CTransformation frame(T(), zt);
+    return zt.CCWAngleBetween(frame.X(), X());
+}
+
+double CTransformation::GetDeterminant() const noexcept {
+    const double* m = matrix;
+    return (m[0] * (m[4] * m[8] - m[5] * m[7]) - m[1] * (m[3] * m[8] - m[5] * m[6])) +
+           m[2] * (m[3] * m[7] - m[4] * m[6]);
+}
+
+bool CTransformation::IsSingular() const noexcept {
+    if (isOrthogonal) return false;
+    return std::fabs(GetDeterminant()) < SingularTol;
+}
+
+bool CTransformation::IsInvertible() const noexcept {
+    if (isIdentity) return true;
+    if (std::fabs(scale) < SingularTol) return false;
+    if (isOrthogonal) return true;
+    return std::fabs(GetDeterminant()) >= SingularTol;
+}
+
+bool CTransformation::IsRotationReallyIdentity() const noexcept {
+    for (int i = 0; i < 9; ++i) {
+        if (!(std::fabs(matrix[i] - IdentityMatrix[i]) < EqualTol)) return false;
+    }
+    return true;
+}
+
+bool CTransformation::IsReallyIdentity() noexcept {
+    return IsRotationReallyIdentity() && std::fabs(translation[0]) < EqualTol && std::fabs(translation[1]) < EqualTol &&
+           std::fabs(translation[2]) < EqualTol && std::fabs(scale - 1.0) < EqualTol;
+}
+
+bool CTransformation::IsOrthogonal() const noexcept {
+    if (isIdentity) return true;
+    // Squared row lengths against the linear tolerance, deliberately.
+    for (int r = 0; r < 3; ++r) {
+        if (!(std::fabs(RowDot(matrix, r, r) - 1.0) < EqualTol)) return false;
+    }
+    return std::fabs(RowDot(matrix, 0, 1)) < EqualTol && std::fabs(RowDot(matrix, 0, 2)) < EqualTol &&
+           std::fabs(RowDot(matrix, 1, 2)) < EqualTol;
+}
+
+bool CTransformation::IsOrthonormal() const noexcept {
+    const CUnitVector3d x = X(), y = Y(), z = Z();
+    return std::fabs(Dot(x, y)) < EqualTol && std::fabs(Dot(x, z)) < EqualTol && std::fabs(Dot(y, z)) < EqualTol;
+}
+
+bool CTransformation::IsMirrored() const noexcept {
+    const CUnitVector3d x = X(), y = Y(), z = Z();
+    return Dot(x * y, z) < 0.0;
+}
+
+bool CTransformation::IsValidObj() const noexcept {
+    for (double v : matrix) {
+        if (!std::isfinite(v)) return false;
+    }
+    for (double v : translation) {
+        if (!std::isfinite(v)) return false;
+    }
+    return std::isfinite(scale);
+}
+
+void CTransformation::FixOrthogonal() noexcept {
+    if (IsRotationReallyIdentity()) {
+        SetIdentity3x3(matrix);
+        return;
+    }
+    CUnitVector3d x = X(), y = Y();
+    const CUnitVector3d z = Z();
+    // Z keeps its direction; X and Y are rebuilt around it with the same handedness.
+    if (!IsMirrored()) {
+        y = z * x;
+        x = y * z;
+    } else {
+        x = z * y;
+        y = x * z;
+    }
+    SetColumns(matrix, x, y, z);
+}
+
+bool CTransformation::ResynchOrthogonal() noexcept {
+    isOrthogonal = IsOrthogonal();
+    if (isOrthogonal && !isIdentity) FixOrthogonal();
+    return isOrthogonal;
+}
+
+}  // namespace velmor::geometry

@@ -1,0 +1,261 @@
+#include <geometry/point3d.h>
+#include <gtest/gtest.h>
+#include <support/tolerance_guard.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <sstream>
+
+namespace g = velmor::geometry;
+using g::CUnitVector3d;
+using g::CVector3d;
+using P = g::CPoint3d;
+
+namespace {
+
+const double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+template <class V>
+void ExpectXYZ(const V& v, double x, double y, double z) {
+    EXPECT_EQ(v.x, x);
+    EXPECT_EQ(v.y, y);
+    EXPECT_EQ(v.z, z);
+}
+
+bool Solve(P& p, std::array<double, 9> s) { return p.ComputeLSF(s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8]); }
+
+// One segment-intersection case: the two segments, the code, t, u and the point
+// written. The point starts at kUnset, which must survive a result of 0. Values
+// are compared exactly unless eps is given.
+const P kUnset(99, 99, 99);
+struct Case {
+    P p1, p2, p3, p4;
+    int code;
+    double t, u;
+    P at;
+    double eps = 0.0;
+};
+
+void Check(const std::vector<Case>& cases) {
+    for (size_t i = 0; i < cases.size(); ++i) {
+        SCOPED_TRACE(testing::Message() << "case " << i);
+        const Case& c = cases[i];
+        P at = kUnset;
+        double t = 7, u = 7;
+        EXPECT_EQ(at.Intersect(c.p1, c.p2, c.p3, c.p4, &t, &u), c.code);
+        EXPECT_NEAR(t, c.t, c.eps);
+        EXPECT_NEAR(u, c.u, c.eps);
+        EXPECT_NEAR(at.x, c.at.x, c.eps);
+        EXPECT_NEAR(at.y, c.at.y, c.eps);
+        EXPECT_NEAR(at.z, c.at.z, c.eps);
+    }
+}
+
+}  // namespace
+
+TEST(CPoint3d, ArithmeticOffsetsAndStreaming) {
+    const P p(1, 2, 3), q(-1, 0.5, 4);
+    ExpectXYZ(p - q, 2, 1.5, -1);  // the vector from q to p
+    ExpectXYZ(P(0.25, p, 2, q), -1.75, 1.5, 8.75);
+    ExpectXYZ(P(p, -2, CUnitVector3d(0, 0, 1)), 1, 2, 1);
+    P r;
+    r.Offset(q, p - q);
+    ExpectXYZ(r.Offset(2, CUnitVector3d(0, -3, 0)), 1, 0, 3);
+    EXPECT_FALSE(P(0, 0, -std::numeric_limits<double>::infinity()).IsValidObj());
+    std::ostringstream os;
+    os << P(1, 2.5, -3);
+    EXPECT_EQ(os.str(), "(1, 2.5, -3)");
+}
+
+TEST(CPoint3d, EqualsIsStrictAndSphericalWhileOrderIsInclusive) {
+    const P o(0, 0, 0);
+    EXPECT_FALSE(o.Equals(P(0.125, 0, 0), 0.125));
+    EXPECT_TRUE(o.Equals(P(-0.124, 0, 0), 0.125));
+    EXPECT_FALSE(o.Equals(P(0.1, 0.1, 0.1), 0.125));  // each axis within, the sphere not
+    EXPECT_TRUE(o.Equals(P(0.0625, -0.0625, 0.0625), 0.125));
+
+    plenar_test::ToleranceGuard guard(0.125);
+    const P b(0.125, -5, -5);
+    EXPECT_TRUE(o < b);  // a difference of exactly EqualTol already orders...
+    EXPECT_TRUE(b > o);
+    EXPECT_FALSE(o > b);
+    EXPECT_FALSE(o.Equals(b, g::EqualTol));  // ...but is not equal
+    EXPECT_FALSE(o < P(0.0625, -0.125, 5));  // y decides, inclusive, before z
+    EXPECT_TRUE(o > P(0.0625, -0.125, 5));
+    EXPECT_TRUE(o < P(0.0625, 0.125, -5));
+    EXPECT_FALSE(o > P(0.0625, 0.125, -5));
+    EXPECT_TRUE(o < P(-0.0625, 0.0625, 0.125));
+    EXPECT_TRUE(o > P(-0.0625, 0.0625, -0.125));
+    EXPECT_FALSE(o < P(0.0625, -0.0625, 0.0625));  // within tolerance: neither
+    EXPECT_FALSE(o > P(0.0625, -0.0625, 0.0625));
+}
+
+TEST(CPoint3d, DistancesAndMembership) {
+    const P o(0, 0, 0);
+    const P boundary(6e-11, 7.9999999999999995e-11, 0);
+    ASSERT_EQ(o.DistanceSquaredTo(boundary), g::DivideByZeroTolSq);
+    EXPECT_EQ(o.DistanceTo(boundary), 0.0);  // at the guard counts as zero
+    EXPECT_EQ(o.DistanceTo(P(0, 1e-10, 0)), 1e-10);
+    EXPECT_EQ(P(1, 2, 3).DistanceTo(P(4, 6, 3)), 5.0);
+
+    const CUnitVector3d z(0, 0, 1);
+    EXPECT_EQ(P(1, 2, 3).DistanceSquaredTo(P(0, 0, 7), z), 5.0);
+    EXPECT_EQ(P(1, 2, 3).DistanceTo(P(0, 0, 7), z), std::sqrt(5.0));
+    EXPECT_EQ(P(0, 0.0005, 3).DistanceTo(o, z), 0.0005);
+    EXPECT_EQ(P(1e-11, 0, 3).DistanceTo(o, z), 0.0);
+    EXPECT_EQ(P(1e-11, 0, 3).DistanceSquaredTo(o, z), 1e-11 * 1e-11);  // unguarded
+
+    plenar_test::ToleranceGuard guard(0.125);
+    EXPECT_FALSE(P(0.125, 0, 5).IsOn(o, z));  // strict
+    EXPECT_TRUE(P(0, -0.0625, -5).IsOn(o, z));
+}
+
+TEST(CPoint3d, SelectClosestPrefersAOnTiesAndBOnNaN) {
+    const P o(0, 0, 0), a(1, 0, 0), b(0, -1, 0);
+    ExpectXYZ(o.SelectClosest(a, b), 1, 0, 0);
+    ExpectXYZ(o.SelectClosest(b, a), 0, -1, 0);
+    ExpectXYZ(o.SelectClosest(a, P(0, 0.5, 0)), 0, 0.5, 0);
+    ExpectXYZ(o.SelectClosest(P(kNaN, 0, 0), b), 0, -1, 0);
+    EXPECT_TRUE(std::isnan(o.SelectClosest(a, P(0, kNaN, 0)).y));
+}
+
+TEST(CPoint3d, ProjectionsGuardOnZ) {
+    for (double z : {0.0, 5e-11, -9.9e-11}) {  // |z| below DivideByZeroTol: untouched
+        P p(2, 4, z), q(2, 4, z);
+        EXPECT_FALSE(p.Project(10) || q.ProjectGL(10));
+        ExpectXYZ(p, 2, 4, z);
+        ExpectXYZ(q, 2, 4, z);
+    }
+    P p(2, 4, 5);
+    EXPECT_TRUE(p.Project(10));  // s = 10 / (10 - 5)
+    ExpectXYZ(p, 4, 8, 10);
+    p = P(49, 98, 49);  // z is set to -d, not scaled: (-1 / 49) * 49 != -1
+    EXPECT_TRUE(p.ProjectGL(1));
+    ExpectXYZ(p, (-1.0 / 49) * 49, (-1.0 / 49) * 98, -1);
+    p = P(1, 1, 1e-10);  // |z| of exactly DivideByZeroTol is not below it
+    P q(1, 1, -1e-10);
+    EXPECT_TRUE(p.Project(1) && q.ProjectGL(1));
+}
+
+TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
+    P p(9, 9, 9);
+    // Planes x = 1, y = 2, z = 3, as the sums aa, ab, ac, ad, bb, bc, bd, cc, cd.
+    EXPECT_TRUE(Solve(p, {1, 0, 0, -1, 1, 0, -2, 1, -3}));
+    ExpectXYZ(p, 1, 2, 3);
+    // Oblique planes through (1, 2, 3), with distinct cross sums, use every term.
+    const double planes[3][4] = {{0.8, 0, 0.6, -2.6}, {0.6, 0.8, 0, -2.2}, {0.36, 0.48, 0.8, -3.72}};
+    std::array<double, 9> s{};
+    for (const auto& e : planes) {
+        const double v[9] = {e[0] * e[0], e[0] * e[1], e[0] * e[2], e[0] * e[3], e[1] * e[1],
+                             e[1] * e[2], e[1] * e[3], e[2] * e[2], e[2] * e[3]};
+        for (int i = 0; i < 9; ++i) s[i] += v[i];
+    }
+    EXPECT_TRUE(Solve(p, s));
+    EXPECT_NEAR(p.x, 1, 1e-12);
+    EXPECT_NEAR(p.y, 2, 1e-12);
+    EXPECT_NEAR(p.z, 3, 1e-12);
+    // Both guards are strict: |aa| and |D| of exactly DivideByZeroTol still solve.
+    EXPECT_TRUE(Solve(p, {1e-10, 0, 0, -1e-10, 1, 0, -2, 1, -3}));
+    ExpectXYZ(p, 1, 2, 3);
+    EXPECT_TRUE(Solve(p, {1, 0, 0, -1, 1, 0, -2, 1e-10, -3e-10}));  // D = -1e-10
+    EXPECT_NEAR(p.z, 3, 1e-9);
+    // Failures leave the point alone: no x term; a singular y-z system (y = 2 twice).
+    p = P(9, 9, 9);
+    EXPECT_FALSE(Solve(p, {0, 0, 0, 0, 1, 0, -2, 1, -3}));
+    EXPECT_FALSE(Solve(p, {1, 0, 0, -1, 2, 0, -4, 0, 0}));
+    ExpectXYZ(p, 9, 9, 9);
+    // A vanishing m is not guarded: the solve succeeds with a non-finite y.
+    EXPECT_TRUE(Solve(p, {1, 1, 0, 0, 1, 1, 0, 0, 0}));
+    EXPECT_FALSE(p.IsValidObj());
+}
+
+TEST(CPoint3d, IntersectGeneralCase) {
+    const double gap = 0x1p-12;
+    Check({
+        {{0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}, 36, 0.5, 0.5, {1, 1, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {1, -1, 0}, {1, 3, 0}, 36, 0.25, 0.25, {1, 0, 0}},
+        {{0, 0, 0}, {2, 0, 0}, {1, 1, 0}, {1, 0, 0}, 20, 0.5, 1, {1, 0, 0}},  // T junction
+        // Skew lines that pass apart, and ones that pass within EqualTol (midpoint).
+        {{0, 0, 0}, {2, 0, 0}, {1, -1, 1}, {1, 1, 1}, 0, -1, -1, kUnset},
+        {{0, 0, 0}, {2, 0, 0}, {1, -1, gap}, {1, 1, gap}, 36, 0.5, 0.5, {1, 0, gap / 2}},
+        // Endpoint coincidence wins over the parameter range (t = 1.0005 > 1).
+        {{0, 0, 0}, {1, 0, 0}, {1.0005, -1, 0}, {1.0005, 1, 0}, 34, 1.0005, 0.5, {1.0005, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {1.002, -1, 0}, {1.002, 1, 0}, 0, -1, -1, kUnset},
+        {{0, 0, 0}, {1, 0, 0}, {0.5, 1, 0}, {0.5, 2, 0}, 0, -1, -1, kUnset},  // u = -1
+        // A shallow crossing (sin^2 of the angle 1e-8) is a crossing, not parallel.
+        {{0, 0, 0}, {2, 0, 0}, {0, -1e-4, 0}, {2, 1e-4, 0}, 36, 0.5, 0.5, {1, 0, 0}, 1e-12},
+        // Shared endpoints.
+        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, 9, 0, 0, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 0}, 17, 0, 1, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {1, 1, 0}, 10, 1, 0, {1, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {1, 0, 0}, 18, 1, 1, {1, 0, 0}},
+        // Non-finite input finds nothing.
+        {{kNaN, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, 0, -1, -1, kUnset},
+        {{0, 0, 0}, {1, 0, 0}, {0, kNaN, 0}, {0, kNaN, 0}, 0, -1, -1, kUnset},
+    });
+    P at(5, 5, 5);
+    EXPECT_TRUE(at.Intersect({0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}));
+    EXPECT_FALSE(at.Intersect({0, 0, 0}, {2, 0, 0}, {1, -1, 1}, {1, 1, 1}));
+    ExpectXYZ(at, 1, 1, 0);
+}
+
+TEST(CPoint3d, IntersectCollinearReportsOnePointInteriorFirst) {
+    const double off = 0x1p-20;  // within the relative collinearity test
+    Check({
+        {{0, 0, 0}, {4, 0, 0}, {1, 0, 0}, {6, 0, 0}, 12, 0.25, 0, {1, 0, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {6, 0, 0}, {1, 0, 0}, 20, 0.25, 1, {1, 0, 0}},
+        {{1, 0, 0}, {2, 0, 0}, {0, 0, 0}, {4, 0, 0}, 33, 0, 0.25, {1, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {4, 0, 0}, 34, 1, 0.25, {1, 0, 0}},  // beats p1 = p3
+        // The written point is the midpoint of the endpoint and its foot.
+        {{0, 0, 0}, {4, 0, 0}, {1, off, 0}, {6, off, 0}, 12, 0.25, 0, {1, off / 2, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {6, off, 0}, {1, off, 0}, 20, 0.25, 1, {1, off / 2, 0}},
+        // Touching end to end, identical, and disjoint.
+        {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {2, 0, 0}, 10, 1, 0, {1, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {-1, 0, 0}, 9, 0, 0, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {-1, 0, 0}, {0, 0, 0}, 17, 0, 1, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}, 18, 1, 1, {1, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {1, 0, 0}, 9, 0, 0, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {0, 0, 0}, 17, 0, 1, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0}, 0, -1, -1, kUnset},
+        // Parallel and apart, even by less than EqualTol: the test is relative.
+        {{0, 0, 0}, {4, 0, 0}, {1, 0.0001, 0}, {6, 0.0001, 0}, 0, -1, -1, kUnset},
+        {{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {2, 1, 0}, 0, -1, -1, kUnset},
+    });
+}
+
+TEST(CPoint3d, IntersectPointLikeSegments) {
+    // A squared length of exactly EqualTolSq is a proper segment (t from the lines,
+    // about 0.5); one ulp shorter it is a point (t = 0). The same for p3-p4.
+    ASSERT_EQ((P(0.001, 0, 0) - P(0, 0, 0)).LengthSquared(), g::EqualTolSq);
+    const P o(0, 0, 0), e(0.001, 0, 0), s(std::nextafter(0.001, 0.0), 0, 0);
+    const P q3(0.0005, -1, 0), q4(0.0005, 1, 0), mid(0.0005, 0, 0);
+    Check({
+        {o, e, q3, q4, 33, 0.5, 0.5, mid, 1e-12},
+        {o, s, q3, q4, 33, 0, 0.5, mid, 1e-12},
+        {q3, q4, o, e, 12, 0.5, 0.5, mid, 1e-12},
+        {q3, q4, o, s, 12, 0.5, 0, mid, 1e-12},
+    });
+    Check({
+        // Both point-like.
+        {{0, 0, 0}, {0, 0, 0}, {0.0004, 0, 0}, {0.0004, 0, 0}, 9, 0, 0, {0.0002, 0, 0}},
+        {{0, 0, 0}, {0, 0, 0}, {0.002, 0, 0}, {0.002, 0, 0}, 0, -1, -1, kUnset},
+        // p1-p2 point-like: at p3, at p4, inside p3-p4 (midpoint with the foot), off.
+        {{1, 0, 0}, {1, 0, 0}, {1, 0, 0}, {3, 0, 0}, 9, 0, 0, {1, 0, 0}},
+        {{1, 0, 0}, {1, 0, 0}, {-1, 0, 0}, {1, 0, 0}, 17, 0, 1, {1, 0, 0}},
+        {{1, 0, 0}, {1, 0, 0}, {0, 0.0005, 0}, {4, 0.0005, 0}, 33, 0, 0.25, {1, 0.00025, 0}},
+        {{1, 0, 0}, {1, 0, 0}, {0, 1, 0}, {4, 1, 0}, 0, -1, -1, kUnset},
+        // p3-p4 point-like: at p1, at p2, inside p1-p2, off the line, beyond p2.
+        {{0, 0, 0}, {4, 0, 0}, {0, 0, 0}, {0, 0, 0}, 9, 0, 0, {0, 0, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {4, 0, 0}, {4, 0, 0}, 10, 1, 0, {4, 0, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {1, 0.0005, 0}, {1, 0.0005, 0}, 12, 0.25, 0, {1, 0.00025, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {1, 1, 0}, 0, -1, -1, kUnset},
+        {{0, 0, 0}, {4, 0, 0}, {5, 0, 0}, {5, 0, 0}, 0, -1, -1, kUnset},
+    });
+    // A short piece stands for its middle: (1.00045) matches p3 = 1.0013 although
+    // p1 itself does not; (1.0003) sits at t = 0.250075.
+    Check({
+        {{1, 0, 0}, {1.0009, 0, 0}, {1.0013, 0, 0}, {3, 0, 0}, 9, 0, 0, {1.000875, 0, 0}, 1e-12},
+        {{0, 0, 0}, {4, 0, 0}, {1, 0, 0}, {1.0006, 0, 0}, 12, 0.250075, 0, {1.0003, 0, 0}, 1e-12},
+    });
+}

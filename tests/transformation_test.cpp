@@ -1,0 +1,443 @@
+#include <geometry/transformation.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <initializer_list>
+#include <random>
+
+#include "support/tolerance_guard.h"
+
+using velmor::geometry::CPoint3d;
+using velmor::geometry::CTransformation;
+using velmor::geometry::CUnitVector3d;
+using velmor::geometry::CVector3d;
+using velmor::geometry::EqualTol;
+
+namespace {
+
+using T = CTransformation;
+constexpr double Pi = 3.141592653589793;
+const CPoint3d O(0, 0, 0);
+const CUnitVector3d ZAxis(0, 0, 1);
+const double Tol10 = std::ldexp(1.0, -10);  // a tolerance exact in binary
+
+void ExpectNear(const CPoint3d& p, const CPoint3d& e, double tol = 1e-12) {
+    EXPECT_NEAR(p.x, e.x, tol);
+    EXPECT_NEAR(p.y, e.y, tol);
+    EXPECT_NEAR(p.z, e.z, tol);
+}
+CPoint3d P(const CVector3d& v) { return {v.x, v.y, v.z}; }
+CPoint3d Col(const T& t, int j) { return {t.matrix[j], t.matrix[3 + j], t.matrix[6 + j]}; }
+
+// The k-th of the thirteen stored numbers: matrix, translation, scale.
+double& Number(T& t, int k) { return k < 9 ? t.matrix[k] : k < 12 ? t.translation[k - 9] : t.scale; }
+double Number(const T& t, int k) { return Number(const_cast<T&>(t), k); }
+void ExpectSameNumbers(const T& a, const T& b) {
+    for (int k = 0; k < 13; ++k) EXPECT_EQ(Number(a, k), Number(b, k)) << k;
+}
+
+T Flagged(bool identity, bool orthogonal, std::initializer_list<double> rows = {1, 0, 0, 0, 1, 0, 0, 0, 1}) {
+    T t;
+    int i = 0;
+    for (double v : rows) t.matrix[i++] = v;
+    t.isIdentity = identity;
+    t.isOrthogonal = orthogonal;
+    return t;
+}
+T Rows(std::initializer_list<double> rows) { return Flagged(false, false, rows); }
+template <class Op>
+T After(bool identity, bool orthogonal, Op op) {
+    T t = Flagged(identity, orthogonal);
+    op(t);
+    return t;
+}
+
+// A random placement with a uniform scale of either sign; general ones add a
+// non-uniform scale and a second rotation, so that the 3x3 part is no rotation.
+T RandomPlacement(std::mt19937_64& rng, bool general) {
+    std::uniform_real_distribution<double> u(-1.0, 1.0);
+    T t = T::Translate(CVector3d(10 * u(rng), 10 * u(rng), 10 * u(rng))) *
+          T::Rotate(CPoint3d(u(rng), u(rng), u(rng)), CUnitVector3d(u(rng), u(rng), u(rng)), 4 * u(rng)) *
+          T::Scale((u(rng) < 0 ? -1 : 1) * (0.25 + 2 * std::fabs(u(rng))));
+    if (general) {
+        t = t * T::Scale(0.5 + std::fabs(u(rng)), 0.5 + std::fabs(u(rng)), -0.5 - std::fabs(u(rng))) *
+            T::Rotate(O, CUnitVector3d(u(rng), u(rng), u(rng)), 4 * u(rng));
+    }
+    return t;
+}
+
+}  // namespace
+
+TEST(CTransformation, EveryConstructorSetterAndFactoryWritesItsFlags) {
+    // Setters start from the opposite flags, so that a flag left unwritten shows.
+    const double m16[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    const float m16f[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    const double rot[9] = {0, -1, 0, 1, 0, 0, 0, 0, 1}, shear[9] = {1, 0.5, 0, 0, 1, 0, 0, 0, 1};
+    const double id9[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1}, t3[3] = {1, 2, 3}, zero3[3] = {0, 0, 0};
+    const T rz = T::Rotate(O, ZAxis, 1.0), s3 = T::Scale(1, 2, 3);
+    T rzUnflagged = rz;
+    rzUnflagged.isOrthogonal = false;
+    const struct {
+        const char* name;
+        T t;
+        bool identity, orthogonal;
+    } cases[] = {
+        {"default", T(), true, true},
+        {"Identity", After(false, false, [](T& t) { t.Identity(); }), true, true},
+        {"axes", T(CUnitVector3d(1, 0, 0), CUnitVector3d(0, 1, 0), ZAxis, O), false, true},
+        {"origin+z", T(O, ZAxis), false, true},
+        {"m16", T(m16), false, false},
+        {"SetMatrix", After(true, true, [&](T& t) { t.SetMatrix(m16); }), false, false},
+        {"SetMatrixf", After(true, true, [&](T& t) { t.SetMatrixf(m16f); }), false, false},
+        {"SetTransformation id", After(false, false, [&](T& t) { t.SetTransformation(id9, zero3, 1); }), true, true},
+        {"SetTransformation rot", After(true, false, [&](T& t) { t.SetTransformation(rot, t3, 2); }), false, true},
+        {"SetTransformation shear", After(true, true, [&](T& t) { t.SetTransformation(shear, t3, 1); }), false, false},
+        {"Translation(v)", After(true, false, [](T& t) { t.Translation(CVector3d(1, 2, 3)); }), false, true},
+        {"Translation(p)", After(true, false, [](T& t) { t.Translation(CPoint3d(1, 2, 3)); }), false, true},
+        {"Rotation", After(true, false, [](T& t) { t.Rotation(O, ZAxis, 1.0); }), false, true},
+        {"Scaling(s)", After(true, false, [](T& t) { t.Scaling(2.0); }), false, true},
+        {"Scaling(sx,sy,sz)", After(true, true, [](T& t) { t.Scaling(1, 2, 3); }), false, false},
+        {"ClearRotation", After(true, false, [](T& t) { t.ClearRotation(); }), true, false},
+        {"ClearTranslation", After(true, false, [](T& t) { t.ClearTranslation(); }), true, false},
+        {"ClearScaling", After(true, false, [](T& t) { t.ClearScaling(); }), true, false},
+        {"Translate(v)", T::Translate(CVector3d(1, 2, 3)), false, true},
+        {"Translate(p)", T::Translate(CPoint3d(1, 2, 3)), false, true},
+        {"Rotate", rz, false, true},
+        {"Scale(s)", T::Scale(2.0), false, true},
+        {"Scale(sx,sy,sz)", s3, false, false},
+        {"Scale(p,s)", T::Scale(CPoint3d(1, 1, 1), 2.0), false, true},
+        {"Scale(p,sx,sy,sz)", T::Scale(CPoint3d(1, 1, 1), 1, 2, 3), false, false},
+        {"Inverse keeps flags", T::Inverse(rzUnflagged), false, false},
+        {"Inverse of identity", T::Inverse(T()), true, true},
+        {"rot * scale3", rz * s3, false, false},
+        {"scale3 * rot", s3 * rz, false, false},
+        {"rot * translate", rz * T::Translate(CVector3d(1, 0, 0)), false, true},
+        {"identity * scale3", T() * s3, false, false},
+        {"rot * identity", rz * T(), false, true},
+        {"Interpolate mid", T::Interpolate(T(), s3, 0.5), false, false},
+        {"Interpolate start", T::Interpolate(T(), s3, 0.0005), true, true},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.t.isIdentity, c.identity) << c.name;
+        EXPECT_EQ(c.t.isOrthogonal, c.orthogonal) << c.name;
+    }
+}
+
+TEST(CTransformation, ConstructionPlacesAxesAsColumns) {
+    // Axes become columns, taken as given (no renormalisation).
+    const T f(CUnitVector3d(0, 1, 0), CUnitVector3d(-1, 0, 0), CUnitVector3d::FromComponents(0, 0, 2),
+              CPoint3d(1, 2, 3));
+    const double rows[9] = {0, -1, 0, 1, 0, 0, 0, 0, 2};
+    for (int i = 0; i < 9; ++i) EXPECT_EQ(f.matrix[i], rows[i]) << i;
+    ExpectNear(f * CPoint3d(1, 0, 0), {1, 3, 3});
+    const T g(CPoint3d(4, 5, 6), CUnitVector3d(1, 0, 0));  // X and Y from GetArbitraryAxes
+    ExpectNear(Col(g, 0), {0, 1, 0}, 0);
+    ExpectNear(Col(g, 1), {0, 0, 1}, 0);
+    ExpectNear(Col(g, 2), {1, 0, 0}, 0);
+
+    // Right-hand rule; the axis line through p stays fixed.
+    ExpectNear(T::Rotate(O, ZAxis, Pi / 2) * CPoint3d(1, 0, 0), {0, 1, 0});
+    const T about = T::Rotate(CPoint3d(1, 0, 0), ZAxis, Pi / 2);
+    ExpectNear(about * CPoint3d(1, 0, 5), {1, 0, 5});
+    ExpectNear(about * CPoint3d(2, 0, 0), {1, 1, 0});
+    ExpectNear(T::Scale(CPoint3d(1, 1, 1), 2) * CPoint3d(2, 1, 1), {3, 1, 1});
+    ExpectNear(T::Scale(CPoint3d(1, 1, 1), 2, 3, 4) * CPoint3d(2, 2, 2), {3, 4, 5});
+
+    // An identity-flagged object is trusted to hold the unit matrix and scale:
+    // Translation(p) and Scaling skip their reset, Translation(v) does not.
+    T t = Flagged(true, true, {5, 0, 0, 0, 1, 0, 0, 0, 1});
+    t.Translation(CPoint3d(1, 2, 3));
+    EXPECT_EQ(t.matrix[0], 5.0);
+    t.Translation(CVector3d(1, 2, 3));
+    EXPECT_EQ(t.matrix[0], 1.0);
+    t.isIdentity = true;
+    t.Scaling(3.0);
+    EXPECT_EQ(t.translation[0], 1.0);
+    t.Scaling(3.0);  // no longer identity-flagged: reset
+    EXPECT_EQ(t.translation[0], 0.0);
+}
+
+TEST(CTransformation, MatrixExchangeIsColumnMajorAndRoundTrips) {
+    const double m[16] = {1, 2, 3, 7, 4, 5, 6, 11, 7.5, 8, 9, 13, 10, 11, 12, 3};
+    T t(m);
+    ExpectNear(Col(t, 1), {4, 5, 6}, 0);
+    ExpectNear(Col(t, 2), {7.5, 8, 9}, 0);
+    EXPECT_EQ(t.translation[0], 10.0);
+    EXPECT_EQ(t.scale, 1.0 / 3.0);
+    double back[16];
+    t.GetMatrix(back);
+    for (int i = 0; i < 16; ++i) {
+        EXPECT_EQ(back[i], (i == 3 || i == 7 || i == 11) ? 0.0 : i == 15 ? 1.0 / (1.0 / m[15]) : m[i]) << i;
+    }
+    float mf[16], backf[16];
+    for (int i = 0; i < 16; ++i) mf[i] = static_cast<float>(i == 15 ? 4.0 : m[i]);
+    T f;
+    f.SetMatrixf(mf);
+    EXPECT_EQ(f.scale, 0.25);
+    EXPECT_EQ(f.matrix[1], 4.0);
+    f.GetMatrixf(backf);
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(backf[i], (i == 3 || i == 7 || i == 11) ? 0.0f : mf[i]) << i;
+    back[15] = 0.0;  // w = 0 is not guarded: an infinite scale, no trap
+    t.SetMatrix(back);
+    EXPECT_TRUE(std::isinf(t.scale));
+}
+
+TEST(CTransformation, SetTransformationRederivesFlagsFromNumbers) {
+    const double nearId[9] = {1, 0.0005, 0, 0, 1, 0, 0, 0, 1}, small[3] = {0.0005, 0, 0};
+    T t = Flagged(false, false);
+    EXPECT_TRUE(t.SetTransformation(nearId, small, 1.0005));
+    ExpectSameNumbers(t, T());  // snapped to the exact identity
+    EXPECT_TRUE(t.isIdentity);
+    const double id9[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1}, atTol[3] = {EqualTol, 0, 0};
+    EXPECT_TRUE(t.SetTransformation(id9, atTol, 1.0));
+    EXPECT_FALSE(t.isIdentity);  // strict: a translation of exactly EqualTol is not the identity
+
+    // A nearly orthogonal rotation is straightened; a stretch is kept as is.
+    const double c = std::cos(0.5), s = std::sin(0.5), t3[3] = {1, 2, 3};
+    const double nearRot[9] = {c, -s + 2e-4, 0, s, c, 0, 0, 0, 1}, stretch[9] = {1, 0, 0, 0, 2, 0, 0, 0, 1};
+    EXPECT_TRUE(t.SetTransformation(nearRot, t3, 2.0));
+    EXPECT_NEAR(Dot(CVector3d(t.X()), CVector3d(Col(t, 1).x, Col(t, 1).y, Col(t, 1).z)), 0.0, 1e-15);
+    EXPECT_FALSE(t.SetTransformation(stretch, t3, 1.0));
+    EXPECT_FALSE(t.isOrthogonal);
+    EXPECT_EQ(t.matrix[4], 2.0);
+}
+
+TEST(CTransformation, CompositionAppliesRightOperandFirstAndInverseUndoes) {
+    const T a = T::Translate(CVector3d(1, 0, 0)), b = T::Rotate(O, ZAxis, Pi / 2);
+    ExpectNear((a * b) * CPoint3d(1, 0, 0), {1, 1, 0});  // b first gives (0, 1, 0), then moved
+    ExpectNear((b * a) * CPoint3d(1, 0, 0), {0, 2, 0});
+    std::mt19937_64 rng(7);
+    std::uniform_real_distribution<double> u(-5.0, 5.0);
+    for (int i = 0; i < 500; ++i) {
+        const T x = RandomPlacement(rng, i % 2 == 0), y = RandomPlacement(rng, i % 3 == 0);
+        const CPoint3d p(u(rng), u(rng), u(rng));
+        ASSERT_TRUE(((x * y) * p).Equals(x * (y * p), 1e-9)) << i;
+        const CVector3d v(u(rng), u(rng), u(rng));
+        ASSERT_TRUE(P((x * y) * v).Equals(P(x * (y * v)), 1e-9)) << i;
+        const T inv = T::Inverse(x);
+        ASSERT_TRUE((inv * (x * p)).Equals(p, 1e-9)) << i;
+        ASSERT_TRUE((x * inv).IsReallyIdentity()) << i;
+        ASSERT_TRUE((inv * x).IsReallyIdentity()) << i;
+    }
+
+    // Only the left operand's identity flag short-cuts: a right operand flagged
+    // identity but holding a translation is multiplied out in full.
+    T move = T::Translate(CVector3d(5, 0, 0));
+    move.isIdentity = true;
+    const T r = T::Scale(2) * move;
+    EXPECT_FALSE(r.isIdentity);
+    EXPECT_EQ(r.translation[0], 5.0);
+    EXPECT_EQ(r.scale, 2.0);
+    const T s = T::Scale(2, 3, 4) * T::Translate(CVector3d(0, 1, 0));
+    const T l = move * s;  // on the left the flag wins: b exactly, flags included
+    ExpectSameNumbers(l, s);
+    EXPECT_EQ(l.isOrthogonal, s.isOrthogonal);
+}
+
+TEST(CTransformation, InvertHonoursScaleAndFixedThreshold) {
+    // p' = (p + (1, 0, 0)) * 2 inverts to p = (p' + (-2, 0, 0)) * 0.5.
+    const T ia = T::Inverse(T::Scale(2) * T::Translate(CVector3d(1, 0, 0)));
+    EXPECT_EQ(ia.translation[0], -2.0);
+    EXPECT_EQ(ia.scale, 0.5);
+    // |scale| < 1e-15 is a silent no-op; exactly 1e-15 inverts.
+    const T tiny = T::Scale(1e-16) * T::Translate(CVector3d(1, 2, 3));
+    ExpectSameNumbers(T::Inverse(tiny), tiny);
+    EXPECT_EQ(T::Inverse(T::Scale(1e-15)).scale, 1.0 / 1e-15);
+    // Singular 3x3 parts (|det| < 1e-15) and identity flags: no-op too.
+    T flat = T::Scale(5e-16, 1, 1) * T::Translate(CVector3d(1, 0, 0));
+    const T flatCopy = flat;
+    EXPECT_FALSE(flat.Invert3x3());
+    flat.Invert();
+    ExpectSameNumbers(flat, flatCopy);
+    T flagged = T::Translate(CVector3d(1, 0, 0));
+    flagged.isIdentity = true;
+    flagged.Invert();
+    EXPECT_EQ(flagged.translation[0], 1.0);
+
+    // Without the orthogonal flag the adjugate is used; with it a transpose is
+    // trusted whatever the numbers.
+    const T d = T::Inverse(T::Scale(2, 3, 4));
+    ExpectNear({d.matrix[0], d.matrix[4], d.matrix[8]}, {0.5, 1.0 / 3.0, 0.25}, 0);
+    T thin = T::Scale(1e-15, 1, 1);
+    EXPECT_TRUE(thin.Invert3x3());
+    EXPECT_EQ(thin.matrix[0], 1.0 / 1e-15);
+    T general = Rows({1, 2, 3, 0, 1, 4, 5, 6, 0});  // determinant 1
+    ASSERT_TRUE(general.Invert3x3());
+    const double inverse[9] = {-24, 18, 5, 20, -15, -4, -5, 4, 1};
+    for (int i = 0; i < 9; ++i) EXPECT_EQ(general.matrix[i], inverse[i]) << i;
+    T shear = Flagged(false, true, {1, 2, 0, 0, 1, 0, 0, 0, 1});
+    ASSERT_TRUE(shear.Invert3x3());
+    EXPECT_EQ(shear.matrix[3], 2.0);
+}
+
+TEST(CTransformation, InterpolateCarriesEndScaleAndFlags) {
+    const T a = T::Translate(CVector3d(2, 0, 0));
+    T b = T::Translate(CVector3d(0, 4, 0)) * T::Rotate(O, ZAxis, Pi / 2) * T::Scale(3);
+    b.isOrthogonal = false;
+    const T mid = T::Interpolate(a, b, 0.5);
+    EXPECT_EQ(mid.scale, 3.0);  // b's, not 2
+    EXPECT_FALSE(mid.isOrthogonal);
+    EXPECT_EQ(mid.translation[1], 0.5 * b.translation[1] + 0.5 * a.translation[1]);
+    ExpectNear(Col(mid, 0), T::Rotate(O, ZAxis, Pi / 4) * CPoint3d(1, 0, 0));
+    const T quarter = T::Interpolate(a, b, 0.25);  // a quarter of the way from a
+    ExpectNear(Col(quarter, 0), T::Rotate(O, ZAxis, Pi / 8) * CPoint3d(1, 0, 0));
+    EXPECT_EQ(quarter.translation[0], 0.25 * b.translation[0] + 0.75 * a.translation[0]);
+    // Strictly within EqualTol of an end, that end is returned as is.
+    ExpectSameNumbers(T::Interpolate(a, b, 0.0009), a);
+    ExpectSameNumbers(T::Interpolate(a, b, 0.9995), b);
+    EXPECT_EQ(T::Interpolate(a, b, EqualTol).scale, 3.0);
+}
+
+TEST(CTransformation, EqualityIsStrictOnEveryNumberAndIgnoresFlags) {
+    plenar_test::ToleranceGuard guard(Tol10);
+    T base = Rows({0.5, 1, 1.5, 2, 2.5, 3, 3.5, 4, 4.5});
+    base.scale = 4;
+    for (int k = 0; k < 13; ++k) {
+        T t = base;
+        Number(t, k) += Tol10;
+        EXPECT_TRUE(t != base) << k;
+        Number(t, k) = Number(base, k) - Tol10 / 2;
+        EXPECT_TRUE(t == base) << k;
+    }
+    EXPECT_TRUE(Flagged(true, true, {0.5, 1, 1.5, 2, 2.5, 3, 3.5, 4, 4.5}) ==
+                Rows({0.5, 1, 1.5, 2, 2.5, 3, 3.5, 4, 4.5}));
+}
+
+TEST(CTransformation, ApplicationToPointsVectorsAndDirections) {
+    T t = T::Translate(CVector3d(1, 2, 3)) * T::Rotate(O, ZAxis, Pi / 2);
+    t.scale = 2;
+    ExpectNear(t * CPoint3d(1, 0, 0), {2, 6, 6});      // ((0, 1, 0) + (1, 2, 3)) * 2
+    ExpectNear(P(t * CVector3d(1, 0, 0)), {0, 2, 0});  // no translation, scale applies
+    CUnitVector3d d(1, 0, 0), skew(1, 1, 0), collapsed(1, 0, 0);
+    t.Transform(d);
+    ExpectNear(P(d), {0, 1, 0});
+    T::Scale(2, 1, 1).Transform(skew);
+    ExpectNear(P(skew), {2 / std::sqrt(5.0), 1 / std::sqrt(5.0), 0}, 1e-15);
+    T::Scale(0, 1, 1).Transform(collapsed);
+    EXPECT_FALSE(collapsed.IsValid());
+    // Identity-flagged: points and vectors are left alone, a direction is still
+    // renormalised.
+    t.isIdentity = true;
+    ExpectNear(t * CPoint3d(1, 2, 3), {1, 2, 3}, 0);
+    ExpectNear(P(t * CVector3d(1, 2, 3)), {1, 2, 3}, 0);
+    CUnitVector3d raw = CUnitVector3d::FromComponents(0, 0, 2);
+    t.Transform(raw);
+    EXPECT_EQ(raw.z, 1.0);
+}
+
+TEST(CTransformation, AxisOriginScaleAndDeterminantQueries) {
+    T t = T::Translate(CVector3d(1, 2, 3)) * T::Rotate(O, ZAxis, Pi / 2) * T::Scale(3);
+    ExpectNear(P(t.X()), {0, 1, 0});  // the scale does not enter
+    ExpectNear(P(t.Y()), {-1, 0, 0});
+    ExpectNear(t.T(), {1, 2, 3});
+    EXPECT_EQ(t.Scale(), 3.0);
+    EXPECT_NEAR(t.YScale(), 3.0, 1e-15);
+    ExpectNear(P(T::Scale(2, 5, 7).XYZScale()), {2, 5, 7}, 0);
+    EXPECT_EQ(T::Scale(1e-11, 1, 1).XScale(), 0.0);  // squared length below 1e-20
+    t.isIdentity = true;
+    ExpectNear(t.T(), {0, 0, 0}, 0);
+    EXPECT_EQ(t.ZScale(), 1.0);
+
+    EXPECT_EQ(T::Scale(2, 3, 4).GetDeterminant(), 24.0);
+    EXPECT_EQ(T::Scale(2).GetDeterminant(), 1.0);  // scale excluded
+    EXPECT_EQ(Rows({1, 2, 3, 0, 1, 4, 5, 6, 0}).GetDeterminant(), 1.0);
+    EXPECT_TRUE(T::Scale(0, 1, 1).IsSingular());
+    EXPECT_TRUE(T::Scale(5e-16, 1, 1).IsSingular());
+    EXPECT_FALSE(T::Scale(1e-15, 1, 1).IsSingular());
+    EXPECT_TRUE(T::Scale(1e-15, 1, 1).IsInvertible());  // |det| >= 1e-15, inclusive
+    EXPECT_FALSE(T::Scale(5e-16, 1, 1).IsInvertible());
+    EXPECT_FALSE(T::Scale(1e-16).IsInvertible());
+    EXPECT_TRUE(T::Scale(1e-15).IsInvertible());
+    const T zero = Flagged(false, true, {0, 0, 0, 0, 0, 0, 0, 0, 0});  // the flag is trusted
+    EXPECT_FALSE(zero.IsSingular());
+    EXPECT_TRUE(zero.IsInvertible());
+    T id;
+    id.scale = 0;
+    EXPECT_TRUE(id.IsInvertible());  // the identity flag comes first
+}
+
+TEST(CTransformation, ZRotationIsCounterClockwiseInZeroToTwoPi) {
+    EXPECT_NEAR(T::Rotate(O, ZAxis, -Pi / 2).ZRotation(), 3 * Pi / 2, 1e-12);
+    EXPECT_EQ(T().ZRotation(), 0.0);
+    for (int k = -12; k < 12; ++k) {
+        const double a = k * Pi / 6 + 0.1;
+        const double z = (T::Translate(CVector3d(5, -3, 2)) * T::Rotate(O, ZAxis, a) * T::Scale(2)).ZRotation();
+        EXPECT_GE(z, 0.0) << k;
+        EXPECT_LT(z, 2 * Pi) << k;
+        EXPECT_NEAR(z, a < 0 ? a + 2 * Pi : a, 1e-12) << k;
+    }
+    // Measured about the transformation's own, tilted Z axis.
+    EXPECT_NEAR((T::Rotate(O, CUnitVector3d(1, 0, 0), 0.3) * T::Rotate(O, ZAxis, 1.0)).ZRotation(), 1.0, 1e-12);
+}
+
+TEST(CTransformation, IdentityOrthogonalityAndValidityTests) {
+    {
+        plenar_test::ToleranceGuard guard(Tol10);
+        for (int k = 0; k < 13; ++k) {
+            T t = Flagged(false, true);
+            Number(t, k) += Tol10;
+            EXPECT_FALSE(t.IsReallyIdentity()) << k;
+            EXPECT_EQ(t.IsRotationReallyIdentity(), k >= 9) << k;
+            Number(t, k) -= Tol10 / 2;
+            EXPECT_TRUE(t.IsReallyIdentity()) << k;
+        }
+    }
+    // Squared row lengths are held against the linear tolerance.
+    for (int r = 0; r < 3; ++r) {
+        T t = Rows({1, 0, 0, 0, 1, 0, 0, 0, 1});
+        t.matrix[4 * r] = 1.0004;  // squared 1.0008
+        EXPECT_TRUE(t.IsOrthogonal()) << r;
+        t.matrix[4 * r] = 1.0007;  // squared 1.0014
+        EXPECT_FALSE(t.IsOrthogonal()) << r;
+        t.isIdentity = true;
+        EXPECT_TRUE(t.IsOrthogonal()) << r;
+    }
+    EXPECT_TRUE(Rows({1, 0, 0, 0.0009, 1, 0, 0, 0, 1}).IsOrthogonal());
+    EXPECT_FALSE(Rows({1, 0, 0, 0, 1, 0, 0, 0.0011, 1}).IsOrthogonal());
+    EXPECT_TRUE((T::Rotate(O, CUnitVector3d(1, 2, 3), 1) * T::Scale(5)).IsOrthogonal());
+
+    EXPECT_TRUE(T::Scale(2, 3, 4).IsOrthonormal());  // column lengths are not tested
+    EXPECT_FALSE(Rows({1, 0.01, 0, 0, 1, 0, 0, 0, 1}).IsOrthonormal());
+    EXPECT_TRUE(T::Scale(-1, 1, 1).IsMirrored());
+    EXPECT_FALSE(T::Scale(-1).IsMirrored());  // the uniform scale is not part of it
+    for (int k = 0; k < 13; ++k) {
+        T t = T::Scale(1e30);
+        EXPECT_TRUE(t.IsValidObj());
+        Number(t, k) = (k % 2) ? NAN : -INFINITY;
+        EXPECT_FALSE(t.IsValidObj()) << k;
+    }
+}
+
+TEST(CTransformation, FixOrthogonalKeepsZAndHandedness) {
+    T t = Rows({1, 0, 0, 0.01, 1, 0, 0, 0, 1});  // X column (1, 0.01, 0)
+    t.translation[0] = 4;
+    t.FixOrthogonal();
+    const double n = std::sqrt(1.0001);
+    ExpectNear(Col(t, 0), {1 / n, 0.01 / n, 0}, 1e-15);
+    ExpectNear(Col(t, 1), {-0.01 / n, 1 / n, 0}, 1e-15);
+    ExpectNear(Col(t, 2), {0, 0, 1}, 0);
+    EXPECT_EQ(t.translation[0], 4.0);
+    EXPECT_FALSE(t.isOrthogonal);  // flags untouched
+    T m = Rows({-1, 0, 0, 0.01, 1, 0, 0, 0, 1});
+    m.FixOrthogonal();
+    ExpectNear(Col(m, 0), {-1, 0, 0}, 1e-15);  // still mirrored
+    ExpectNear(Col(m, 1), {0, 1, 0}, 1e-15);
+
+    // CheckOrthogonal straightens only what is flagged orthogonal and not identity;
+    // within EqualTol of the identity it snaps to it exactly.
+    for (const bool id : {false, true}) {
+        for (const bool orth : {false, true}) {
+            T c = Flagged(id, orth, {1, 0, 0, 0.0005, 1, 0, 0, 0, 1});
+            c.CheckOrthogonal();
+            EXPECT_EQ(c.matrix[3] == 0.0, orth && !id) << id << orth;
+        }
+    }
+    T r = Flagged(false, true, {1, 0, 0, 0, 2, 0, 0, 0, 1});
+    EXPECT_FALSE(r.ResynchOrthogonal());
+    EXPECT_FALSE(r.isOrthogonal);
+    T q = T::Rotate(O, ZAxis, 1);
+    q.isOrthogonal = false;
+    EXPECT_TRUE(q.ResynchOrthogonal());
+    EXPECT_TRUE(q.isOrthogonal);
+}
