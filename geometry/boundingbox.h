@@ -1,29 +1,30 @@
-// CRange, CBoundingBox2d and CBoundingBox3d: intervals of doubles and the
-// axis-aligned boxes made of two or three of them (x, y[, z], each min then max).
-//
-// Empty convention: a range is empty when min > max (strict). The canonical empty
-// value, written by Clear() and by the default constructors, is (1e30, -1e30), so
-// that growing by the first point sets both ends. 1e30 is an ordinary finite
-// number: an empty box is a valid object. Emptiness is decided per axis:
-//   - IsEmpty() of a box, and the box members that reject an empty argument box
-//     (3D Contains and ContainsInInterior of a box), look only at the x range;
-//   - the box-box intersection tests check every axis of both boxes;
-//   - the 2D Contains / ContainsInInterior of a box and all point tests check no
-//     emptiness at all and compute with 1e30 and -1e30 as plain numbers.
-//
-// Tolerances (EqualTol read at call time):
-//   - Contains(point): exact face values belong; otherwise the coordinate must lie
-//     strictly between min - EqualTol and max + EqualTol.
-//   - Contains(box): strict against faces widened by EqualTol.
-//   - ContainsInInterior: at least EqualTol inside every face (inclusive at EqualTol).
-//   - PreciselyContains: half-open, min <= v < max, no tolerance.
-//   - Intersects: closed intervals, no tolerance. IntersectsInTolerance: a gap of
-//     up to twice tol still counts. Overlaps: the overlap must be at least
-//     EqualTol thick.
-//
-// Corner i takes the maximum on x when bit 1 of i is set, on y for bit 2 and on z
-// for bit 4, the minimum otherwise: corner 0 is the minimum point, corner 7 the
-// maximum point.
+/// \file
+/// CRange, CBoundingBox2d and CBoundingBox3d: intervals of doubles and the
+/// axis-aligned boxes made of two or three of them (x, y[, z], each min then max).
+///
+/// Empty convention: a range is empty when min > max (strict). The canonical empty
+/// value, written by Clear() and by the default constructors, is (1e30, -1e30), so
+/// that growing by the first point sets both ends. 1e30 is an ordinary finite
+/// number: an empty box is a valid object. Emptiness is decided per axis:
+///   - IsEmpty() of a box, and the box members that reject an empty argument box
+///     (3D Contains and ContainsInInterior of a box), look only at the x range;
+///   - the box-box intersection tests check every axis of both boxes;
+///   - the 2D Contains / ContainsInInterior of a box and all point tests check no
+///     emptiness at all and compute with 1e30 and -1e30 as plain numbers.
+///
+/// Tolerances (EqualTol read at call time):
+///   - Contains(point): exact face values belong; otherwise the coordinate must lie
+///     strictly between min - EqualTol and max + EqualTol.
+///   - Contains(box): strict against faces widened by EqualTol.
+///   - ContainsInInterior: at least EqualTol inside every face (inclusive at EqualTol).
+///   - PreciselyContains: half-open, min <= v < max, no tolerance.
+///   - Intersects: closed intervals, no tolerance. IntersectsInTolerance: a gap of
+///     up to twice tol still counts. Overlaps: the overlap must be at least
+///     EqualTol thick.
+///
+/// Corner i takes the maximum on x when bit 1 of i is set, on y for bit 2 and on z
+/// for bit 4, the minimum otherwise: corner 0 is the minimum point, corner 7 the
+/// maximum point.
 #ifndef PLENAR_GEOMETRY_BOUNDINGBOX_H
 #define PLENAR_GEOMETRY_BOUNDINGBOX_H
 
@@ -45,7 +46,9 @@ enum EBoxSide : int { NoSide = 0, MinX = 1, MaxX = 2, MinY = 3, MaxY = 4, MinZ =
 /// A closed interval [min, max] of doubles; empty when min > max.
 class PLENAR_API CRange {
 public:
+    /// Lower end; 1e30 in the canonical empty range.
     double min;
+    /// Upper end; -1e30 in the canonical empty range.
     double max;
 
     /// The empty range (1e30, -1e30).
@@ -113,6 +116,7 @@ public:
         u += r;
         return u;
     }
+    /// The union of two ranges (see Union).
     CRange operator+(const CRange& r) const noexcept { return Union(r); }
     /// (smaller of v and min, larger of v and max).
     CRange operator+(double v) const noexcept { return {std::fmin(v, min), std::fmax(v, max)}; }
@@ -159,8 +163,11 @@ constexpr bool BoxAxesMeet(const CRange& a, const CRange& b) noexcept {
 /// An axis-aligned 3D box: ranges x, y, z. Default-constructed boxes are empty.
 class PLENAR_API CBoundingBox3d {
 public:
+    /// Extent along x; its emptiness decides IsEmpty() of the box.
     CRange x;
+    /// Extent along y.
     CRange y;
+    /// Extent along z.
     CRange z;
 
     /// The empty box.
@@ -252,6 +259,7 @@ public:
         z += p.z;
         return *this;
     }
+    /// The same as operator+=(p): grows the box to cover p.
     void Add(const CPoint3d& p) noexcept { *this += p; }
     /// Grows the box to cover b, axis by axis; an empty axis of b is skipped.
     CBoundingBox3d& operator+=(const CBoundingBox3d& b) noexcept {
@@ -260,12 +268,15 @@ public:
         z += b.z;
         return *this;
     }
+    /// A copy of this box grown to cover b, axis by axis; an empty axis of b is skipped.
     CBoundingBox3d Union(const CBoundingBox3d& b) const noexcept {
         CBoundingBox3d u = *this;
         u += b;
         return u;
     }
+    /// The same as Union(b).
     CBoundingBox3d operator+(const CBoundingBox3d& b) const noexcept { return Union(b); }
+    /// A copy grown to include p.
     CBoundingBox3d operator+(const CPoint3d& p) const noexcept {
         CBoundingBox3d u = *this;
         u += p;
@@ -277,7 +288,9 @@ public:
         return {x.Intersect(b.x), y.Intersect(b.y), z.Intersect(b.z)};
     }
 
+    /// Corner 0: (x.min, y.min, z.min). Meaningless for an empty box.
     constexpr CPoint3d GetMinPoint() const noexcept { return {x.min, y.min, z.min}; }
+    /// Corner 7: (x.max, y.max, z.max). Meaningless for an empty box.
     constexpr CPoint3d GetMaxPoint() const noexcept { return {x.max, y.max, z.max}; }
     /// Corner i: maximum on x for bit 1, on y for bit 2, on z for bit 4.
     constexpr CPoint3d GetCorner(int i) const noexcept {
@@ -334,7 +347,9 @@ public:
 /// An axis-aligned 2D box: ranges x and y. Default-constructed boxes are empty.
 class PLENAR_API CBoundingBox2d {
 public:
+    /// Extent along x; its emptiness decides IsEmpty() of the box.
     CRange x;
+    /// Extent along y.
     CRange y;
 
     /// The empty box.
@@ -397,6 +412,7 @@ public:
         y += p.y;
         return *this;
     }
+    /// The same as operator+=(p): grows the box to cover p.
     void Add(const CPoint2d& p) noexcept { *this += p; }
     /// Grows the box to cover b, axis by axis; an empty axis of b is skipped.
     CBoundingBox2d& operator+=(const CBoundingBox2d& b) noexcept {
@@ -404,12 +420,15 @@ public:
         y += b.y;
         return *this;
     }
+    /// A copy of this box grown to cover b, axis by axis; an empty axis of b is skipped.
     CBoundingBox2d Union(const CBoundingBox2d& b) const noexcept {
         CBoundingBox2d u = *this;
         u += b;
         return u;
     }
+    /// The same as Union(b).
     CBoundingBox2d operator+(const CBoundingBox2d& b) const noexcept { return Union(b); }
+    /// A copy grown to include p.
     CBoundingBox2d operator+(const CPoint2d& p) const noexcept {
         CBoundingBox2d u = *this;
         u += p;
@@ -418,7 +437,9 @@ public:
     /// CRange::Intersect per axis.
     CBoundingBox2d Intersect(const CBoundingBox2d& b) const noexcept { return {x.Intersect(b.x), y.Intersect(b.y)}; }
 
+    /// (x.min, y.min). Meaningless for an empty box.
     constexpr CPoint2d GetMinPoint() const noexcept { return {x.min, y.min}; }
+    /// (x.max, y.max). Meaningless for an empty box.
     constexpr CPoint2d GetMaxPoint() const noexcept { return {x.max, y.max}; }
     /// Corner i: maximum on x for bit 1, on y for bit 2.
     constexpr CPoint2d GetCorner(int i) const noexcept {

@@ -1,10 +1,11 @@
-// 2D cubic Bezier curves in float, and the triangle test that their control-hull
-// checks are built on.
-//
-// PointInsideTriangle is an inclusive same-side test in float: points on an edge
-// or at a vertex are inside, the triangle's orientation does not matter, and a
-// degenerate (collinear) triangle contains every point, so that a control point
-// lying on the line of the other three is dropped from the hull.
+/// \file
+/// 2D cubic Bezier curves in float, and the triangle test that their control-hull
+/// checks are built on.
+///
+/// PointInsideTriangle is an inclusive same-side test in float: points on an edge
+/// or at a vertex are inside, the triangle's orientation does not matter, and a
+/// degenerate (collinear) triangle contains every point, so that a control point
+/// lying on the line of the other three is dropped from the hull.
 #ifndef PLENAR_GEOMETRY_CUBICBEZIER2F_H
 #define PLENAR_GEOMETRY_CUBICBEZIER2F_H
 

@@ -1,8 +1,9 @@
-// Free 2D float utilities: classification of a point against a polygon.
-//
-// The classification codes are single bits so that callers can accept a set of
-// outcomes with one mask: 1 inside, 2 on an edge (within EqualTol), 4 on a vertex
-// (within EqualTol in both coordinates, strictly), 8 outside.
+/// \file
+/// Free 2D float utilities: classification of a point against a polygon.
+///
+/// The classification codes are single bits so that callers can accept a set of
+/// outcomes with one mask: 1 inside, 2 on an edge (within EqualTol), 4 on a vertex
+/// (within EqualTol in both coordinates, strictly), 8 outside.
 #ifndef PLENAR_GEOMETRY_GEOMETRYUTILS_H
 #define PLENAR_GEOMETRY_GEOMETRYUTILS_H
 

@@ -1,17 +1,18 @@
-// LineClipper: clips a segment given in homogeneous clip coordinates against the
-// canonical view volume, before any perspective division.
-//
-// Either the four side planes (-w <= x <= w, -w <= y <= w) or the two depth planes
-// (-d*w <= z <= d*w, d = depthLimit) are used. Each plane gives a boundary
-// coordinate that is >= 0 on the inner side; a point is outside a plane only when
-// its coordinate is strictly negative, so a point on a plane is inside. Because
-// the test is made on the homogeneous values, segments that cross w = 0 clip
-// without dividing by w.
-//
-// The visible part is reported as the parameter interval [tMin, tMax] on
-// p0 + t*(p1 - p0), t = 0 at p0 and 1 at p1, interpolated in homogeneous
-// coordinates. A plain aggregate: the caller sets depthLimit; Clip writes tMin and
-// tMax only when the segment is cut.
+/// \file
+/// LineClipper: clips a segment given in homogeneous clip coordinates against the
+/// canonical view volume, before any perspective division.
+///
+/// Either the four side planes (-w <= x <= w, -w <= y <= w) or the two depth planes
+/// (-d*w <= z <= d*w, d = depthLimit) are used. Each plane gives a boundary
+/// coordinate that is >= 0 on the inner side; a point is outside a plane only when
+/// its coordinate is strictly negative, so a point on a plane is inside. Because
+/// the test is made on the homogeneous values, segments that cross w = 0 clip
+/// without dividing by w.
+///
+/// The visible part is reported as the parameter interval [tMin, tMax] on
+/// p0 + t*(p1 - p0), t = 0 at p0 and 1 at p1, interpolated in homogeneous
+/// coordinates. A plain aggregate: the caller sets depthLimit; Clip writes tMin and
+/// tMax only when the segment is cut.
 #ifndef PLENAR_GEOMETRY_LINECLIPPER_H
 #define PLENAR_GEOMETRY_LINECLIPPER_H
 
@@ -20,6 +21,8 @@
 
 namespace velmor::geometry {
 
+/// Clips homogeneous segments against the side or depth planes of the view volume and reports the visible
+/// parameter interval. A plain value: no pool, nothing owned.
 class PLENAR_API LineClipper {
 public:
     /// d: the depth planes are z/w = -d and z/w = d. Set before depth clipping or

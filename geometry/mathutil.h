@@ -1,23 +1,24 @@
-// Free geometry functions of libPlenar: closest points of lines and segments,
-// projection parameters, collinearity and on-segment tests, points along an arc,
-// tolerant 2D segment intersection and point-in-polygon classification.
-//
-// The tolerance globals themselves are declared in geometry/tol.h and defined,
-// with their load-time initialisation, beside these functions.
-//
-// Tolerances used here:
-//   - 3D point equality within tol is CPoint3d::Equals(q, tol): strict per axis
-//     and on the squared distance.
-//   - 2D point equality is the same rule with EqualTol and EqualTolSq:
-//     |dx| < EqualTol, |dy| < EqualTol, dx*dx + dy*dy < EqualTolSq, all strict.
-//   - The parallel tests of the closest-point functions and of IntersectSegments
-//     use the fixed absolute threshold 1e-10, not a tolerance global, and they are
-//     not scaled by the lengths involved.
-//   - Degenerate (point-like) segments are those whose squared length is below
-//     EqualTolSq (strict).
-//
-// Point-in-polygon codes are single bits so callers can mask sets of outcomes:
-// 1 inside, 2 on an edge, 4 on a vertex, 8 outside.
+/// \file
+/// Free geometry functions of libPlenar: closest points of lines and segments,
+/// projection parameters, collinearity and on-segment tests, points along an arc,
+/// tolerant 2D segment intersection and point-in-polygon classification.
+///
+/// The tolerance globals themselves are declared in geometry/tol.h and defined,
+/// with their load-time initialisation, beside these functions.
+///
+/// Tolerances used here:
+///   - 3D point equality within tol is CPoint3d::Equals(q, tol): strict per axis
+///     and on the squared distance.
+///   - 2D point equality is the same rule with EqualTol and EqualTolSq:
+///     |dx| < EqualTol, |dy| < EqualTol, dx*dx + dy*dy < EqualTolSq, all strict.
+///   - The parallel tests of the closest-point functions and of IntersectSegments
+///     use the fixed absolute threshold 1e-10, not a tolerance global, and they are
+///     not scaled by the lengths involved.
+///   - Degenerate (point-like) segments are those whose squared length is below
+///     EqualTolSq (strict).
+///
+/// Point-in-polygon codes are single bits so callers can mask sets of outcomes:
+/// 1 inside, 2 on an edge, 4 on a vertex, 8 outside.
 #ifndef PLENAR_GEOMETRY_MATHUTIL_H
 #define PLENAR_GEOMETRY_MATHUTIL_H
 

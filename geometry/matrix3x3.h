@@ -1,23 +1,26 @@
-// CMatrix3x3 and CMatrix4x4: small general matrices of doubles.
-//
-// CMatrix3x3 is a 2D homogeneous (projective) matrix for row vectors (x, y, w): a
-// point transforms as p * M, translation sits in row 2 and column 2 holds the
-// projective terms. Storage m[9] is row-major, element (r, c) at m[3r + c]. The
-// matrix is affine when m[2] and m[5] are zero within EqualTolSq and m[8] is not;
-// otherwise projective. Every tolerance test here uses EqualTolSq (read at call
-// time): "~ 0" means |value| < EqualTolSq, strict.
-//
-// Products, inverses and SetMat16 end with the affine normalisation: an affine
-// result is scaled so that m[8] = 1, a projective result is returned unscaled
-// (any non-zero multiple of a projective matrix denotes the same mapping).
-//
-// CMatrix4x4 is column-major, element (r, c) at m[4c + r], and transforms column
-// vectors (M * v). A CMatrix3x3 maps to it as the equivalent column-vector matrix
-// acting on (x, y, z, w) with z passed through:
-//   m[0], m[1], 0, m[2],  m[3], m[4], 0, m[5],  0, 0, 1, 0,  m[6], m[7], 0, m[8]
-// Inversion of a 4x4 uses no tolerance: only an exactly zero pivot is singular.
-//
-// Both default to the identity. Nothing throws; failures are return values.
+/// \file
+/// CMatrix3x3 and CMatrix4x4: small general matrices of doubles.
+///
+/// CMatrix3x3 is a 2D homogeneous (projective) matrix for row vectors (x, y, w): a
+/// point transforms as p * M, translation sits in row 2 and column 2 holds the
+/// projective terms. Storage m[9] is row-major, element (r, c) at m[3r + c]. The
+/// matrix is affine when m[2] and m[5] are zero within EqualTolSq and m[8] is not;
+/// otherwise projective. Every tolerance test here uses EqualTolSq (read at call
+/// time): "~ 0" means |value| < EqualTolSq, strict.
+///
+/// Products, inverses and SetMat16 end with the affine normalisation: an affine
+/// result is scaled so that m[8] = 1, a projective result is returned unscaled
+/// (any non-zero multiple of a projective matrix denotes the same mapping).
+///
+/// CMatrix4x4 is column-major, element (r, c) at m[4c + r], and transforms column
+/// vectors (M * v). A CMatrix3x3 maps to it as the equivalent column-vector matrix
+/// acting on (x, y, z, w) with z passed through:
+///
+///     m[0], m[1], 0, m[2],  m[3], m[4], 0, m[5],  0, 0, 1, 0,  m[6], m[7], 0, m[8]
+///
+/// Inversion of a 4x4 uses no tolerance: only an exactly zero pivot is singular.
+///
+/// Both default to the identity. Nothing throws; failures are return values.
 #ifndef PLENAR_GEOMETRY_MATRIX3X3_H
 #define PLENAR_GEOMETRY_MATRIX3X3_H
 
@@ -29,6 +32,7 @@
 
 namespace velmor::geometry {
 
+/// A 2D homogeneous (projective) 3x3 matrix acting on row vectors (x, y, w). The identity by default.
 class PLENAR_API CMatrix3x3 {
 public:
     /// Row-major: m[0..2] is row 0, m[3..5] row 1, m[6..8] row 2.
@@ -43,6 +47,7 @@ public:
             for (int c = 0; c < 3; ++c) m[3 * r + c] = rows[r][c];
         }
     }
+    /// Resets to the identity.
     void Identity() noexcept { *this = CMatrix3x3(); }
 
     /// Counter-clockwise rotation of row vectors by angle (radians): rows
@@ -106,6 +111,7 @@ public:
     }
 };
 
+/// A general 4x4 matrix, column-major, acting on column vectors. The identity by default.
 class PLENAR_API CMatrix4x4 {
 public:
     /// Column-major: element (r, c) is m[4c + r].
@@ -121,6 +127,7 @@ public:
     /// The column-vector equivalent of a row-vector 3x3, z passed through.
     explicit CMatrix4x4(const CMatrix3x3& a) noexcept { a.GetMat16(m); }
 
+    /// Resets to the identity.
     void Identity() noexcept { *this = CMatrix4x4(); }
 
     /// this * other: result(r, c) = sum over k of this(r, k) * other(k, c), k = 0..3.

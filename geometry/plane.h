@@ -1,19 +1,20 @@
-// CPlane: an oriented plane a*x + b*y + c*z + d = 0 whose normal (a, b, c) every
-// setter keeps at unit length, so that the expression is the signed distance of a
-// point and the normal points to the side called "above". CPlaneCalculator picks
-// a plane out of a stream of points.
-//
-// The signed distance is always evaluated as ((a*x + b*y) + c*z) + d, through
-// SignedDistance, so that every member classifies a point identically.
-//
-// Tolerances: DistanceTo-based membership (CPoint3d::IsOn) is strict against
-// EqualTol. Ray intersections reject a ray whose direction has |cos| below the
-// tolerance (EqualTolSq by default, strict). The box classification
-// IntersectWith(box) and TrimAbove use no tolerance at all: their tests against 0
-// are strict, so a box or an endpoint exactly on the plane counts as touching or
-// below. IsAbove recognises axis-aligned planes within EqualTol and keeps a margin
-// of EqualTol (inclusive) for them. A degenerate plane has the zero normal; Set
-// produces it for a zero-length normal and keeps d.
+/// \file
+/// CPlane: an oriented plane a*x + b*y + c*z + d = 0 whose normal (a, b, c) every
+/// setter keeps at unit length, so that the expression is the signed distance of a
+/// point and the normal points to the side called "above". CPlaneCalculator picks
+/// a plane out of a stream of points.
+///
+/// The signed distance is always evaluated as ((a*x + b*y) + c*z) + d, through
+/// SignedDistance, so that every member classifies a point identically.
+///
+/// Tolerances: DistanceTo-based membership (CPoint3d::IsOn) is strict against
+/// EqualTol. Ray intersections reject a ray whose direction has |cos| below the
+/// tolerance (EqualTolSq by default, strict). The box classification
+/// IntersectWith(box) and TrimAbove use no tolerance at all: their tests against 0
+/// are strict, so a box or an endpoint exactly on the plane counts as touching or
+/// below. IsAbove recognises axis-aligned planes within EqualTol and keeps a margin
+/// of EqualTol (inclusive) for them. A degenerate plane has the zero normal; Set
+/// produces it for a zero-length normal and keeps d.
 #ifndef PLENAR_GEOMETRY_PLANE_H
 #define PLENAR_GEOMETRY_PLANE_H
 
@@ -31,11 +32,17 @@ namespace velmor::geometry {
 class CRay3d;
 class CPoint2d;
 
+/// An oriented plane a*x + b*y + c*z + d = 0 with unit normal (a, b, c): the expression is the signed distance,
+/// positive above. The plane z = 0 by default.
 class PLENAR_API CPlane {
 public:
+    /// x component of the unit normal.
     double a;
+    /// y component of the unit normal.
     double b;
+    /// z component of the unit normal.
     double c;
+    /// Constant term: the signed distance of the world origin from the plane.
     double d;
 
     /// The plane z = 0 with normal +z.
@@ -228,10 +235,15 @@ private:
 /// add nothing are ignored.
 class PLENAR_API CPlaneCalculator {
 public:
+    /// The first point accepted.
     CPoint3d first;
+    /// The second point accepted (apart from the first by at least EqualTol).
     CPoint3d second;
+    /// Unit direction from first to second, once two points are in.
     CUnitVector3d firstDirection;
+    /// Unit direction from first to the third point, once three points are in.
     CUnitVector3d secondDirection;
+    /// Number of points accepted so far, 0 to 3.
     int count;
 
     /// No point yet: both points (0, 0, 0), both directions (0, 0, 1).

@@ -1,18 +1,19 @@
-// Projective mapping between an axis-aligned rectangle in (u, v) and an arbitrary
-// quadrilateral in (x, y), after Heckbert's mapping of the unit square onto a
-// quadrilateral, plus the 3x3 helpers the matrix classes share.
-//
-// Matrices are double[3][3], row-major, used with row vectors: (u, v, 1) maps to
-// (x*w, y*w, w) = (u, v, 1) * M, and the caller divides by w; nothing here ever
-// does. A quadrilateral is double[4][2], corners in order around the boundary:
-// corner 0 is the rectangle's (u0, v0), 1 is (u1, v0), 2 is (u1, v1), 3 is
-// (u0, v1).
-//
-// Result codes: -1 the mapping cannot be built (empty rectangle, degenerate
-// quadrilateral), 0 affine, 1 projective. The quadrilateral counts as a
-// parallelogram (affine) when both of its corner-alternating sums lie strictly
-// inside (-1e-13, 1e-13); degeneracy is only an exactly zero determinant. On -1 the
-// output matrix is left as it was.
+/// \file
+/// Projective mapping between an axis-aligned rectangle in (u, v) and an arbitrary
+/// quadrilateral in (x, y), after Heckbert's mapping of the unit square onto a
+/// quadrilateral, plus the 3x3 helpers the matrix classes share.
+///
+/// Matrices are double[3][3], row-major, used with row vectors: (u, v, 1) maps to
+/// (x*w, y*w, w) = (u, v, 1) * M, and the caller divides by w; nothing here ever
+/// does. A quadrilateral is double[4][2], corners in order around the boundary:
+/// corner 0 is the rectangle's (u0, v0), 1 is (u1, v0), 2 is (u1, v1), 3 is
+/// (u0, v1).
+///
+/// Result codes: -1 the mapping cannot be built (empty rectangle, degenerate
+/// quadrilateral), 0 affine, 1 projective. The quadrilateral counts as a
+/// parallelogram (affine) when both of its corner-alternating sums lie strictly
+/// inside (-1e-13, 1e-13); degeneracy is only an exactly zero determinant. On -1 the
+/// output matrix is left as it was.
 #ifndef PLENAR_GEOMETRY_PMAP_H
 #define PLENAR_GEOMETRY_PMAP_H
 

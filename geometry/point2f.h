@@ -1,17 +1,18 @@
-// CPoint2f and CVector2f: the single-precision 2D points and vectors that all
-// drawing geometry is built from, and the free line utilities on them.
-//
-// Arithmetic is plain float arithmetic; equality (==) is exact. A line through
-// two points runs from p1 (parameter 0) to p2 (parameter 1); a line given by an
-// origin and a direction has parameter 0 at the origin and 1 at origin + dir.
-// Directions are never normalised: tests built on a cross product (AreParallel,
-// IsOnLine, AreColinear, the free DistanceToLine) scale with the lengths of the
-// vectors passed in.
-//
-// Tolerances: on-line and parallelism tests compare against EqualTol narrowed to
-// float, strictly; CVector2f::IsZero compares against EqualTol in double,
-// strictly; Equals(p, tol) is strict (squared distance < tol*tol). Divisions by
-// squared lengths are guarded with DivideByZeroTol.
+/// \file
+/// CPoint2f and CVector2f: the single-precision 2D points and vectors that all
+/// drawing geometry is built from, and the free line utilities on them.
+///
+/// Arithmetic is plain float arithmetic; equality (==) is exact. A line through
+/// two points runs from p1 (parameter 0) to p2 (parameter 1); a line given by an
+/// origin and a direction has parameter 0 at the origin and 1 at origin + dir.
+/// Directions are never normalised: tests built on a cross product (AreParallel,
+/// IsOnLine, AreColinear, the free DistanceToLine) scale with the lengths of the
+/// vectors passed in.
+///
+/// Tolerances: on-line and parallelism tests compare against EqualTol narrowed to
+/// float, strictly; CVector2f::IsZero compares against EqualTol in double,
+/// strictly; Equals(p, tol) is strict (squared distance < tol*tol). Divisions by
+/// squared lengths are guarded with DivideByZeroTol.
 #ifndef PLENAR_GEOMETRY_POINT2F_H
 #define PLENAR_GEOMETRY_POINT2F_H
 
@@ -25,38 +26,55 @@ namespace velmor::geometry {
 
 class CRect2f;
 
+/// A float 2D displacement of the drawing geometry. Plain float arithmetic; == is exact.
 class PLENAR_API CVector2f {
 public:
+    /// x component.
     float x;
+    /// y component.
     float y;
 
+    /// The zero vector.
     constexpr CVector2f() noexcept : x(0.0f), y(0.0f) {}
+    /// The vector (x, y).
     constexpr CVector2f(float x_, float y_) noexcept : x(x_), y(y_) {}
 
+    /// Component-wise sum.
     constexpr CVector2f operator+(const CVector2f& v) const noexcept { return {x + v.x, y + v.y}; }
+    /// Component-wise difference.
     constexpr CVector2f operator-(const CVector2f& v) const noexcept { return {x - v.x, y - v.y}; }
+    /// The opposite vector.
     constexpr CVector2f operator-() const noexcept { return {-x, -y}; }
+    /// Both components times s.
     constexpr CVector2f operator*(float s) const noexcept { return {x * s, y * s}; }
+    /// Both components divided by s; unguarded, a zero s gives infinities.
     constexpr CVector2f operator/(float s) const noexcept { return {x / s, y / s}; }
+    /// Adds v component-wise.
     CVector2f& operator+=(const CVector2f& v) noexcept {
         x += v.x;
         y += v.y;
         return *this;
     }
+    /// Subtracts v component-wise.
     CVector2f& operator-=(const CVector2f& v) noexcept {
         x -= v.x;
         y -= v.y;
         return *this;
     }
+    /// Multiplies both components by s.
     CVector2f& operator*=(float s) noexcept {
         x *= s;
         y *= s;
         return *this;
     }
+    /// Exact comparison, no tolerance.
     constexpr bool operator==(const CVector2f& v) const noexcept { return x == v.x && y == v.y; }
+    /// Exact comparison, no tolerance.
     constexpr bool operator!=(const CVector2f& v) const noexcept { return !(*this == v); }
 
+    /// x*x + y*y, in float.
     constexpr float LengthSquared() const noexcept { return x * x + y * y; }
+    /// sqrt(x*x + y*y) in float, unguarded.
     float Length() const noexcept { return std::sqrt(LengthSquared()); }
 
     /// Both |x| and |y| strictly below EqualTol (compared in double).
@@ -66,44 +84,58 @@ public:
     bool SetLength(float len) noexcept;
 };
 
+/// s*v.
 constexpr CVector2f operator*(float s, const CVector2f& v) noexcept { return v * s; }
 /// Dot product a.x*b.x + a.y*b.y, in float.
 constexpr float Dot(const CVector2f& a, const CVector2f& b) noexcept { return a.x * b.x + a.y * b.y; }
 /// 2D cross product a.x*b.y - a.y*b.x, in float: positive when b lies counter-clockwise of a.
 constexpr float Cross(const CVector2f& a, const CVector2f& b) noexcept { return a.x * b.y - a.y * b.x; }
 
+/// A float 2D position of the drawing geometry. Plain float arithmetic; == is exact.
 class PLENAR_API CPoint2f {
 public:
+    /// x coordinate.
     float x;
+    /// y coordinate (pointing up).
     float y;
 
     /// (0, 0), set when the library is loaded.
     static const CPoint2f Origin;
 
+    /// The origin.
     constexpr CPoint2f() noexcept : x(0.0f), y(0.0f) {}
+    /// The point (x, y).
     constexpr CPoint2f(float x_, float y_) noexcept : x(x_), y(y_) {}
     /// The weighted sum a*p + b*q; the weights are not normalised.
     constexpr CPoint2f(float a, const CPoint2f& p, float b, const CPoint2f& q) noexcept
         : x(a * p.x + b * q.x), y(a * p.y + b * q.y) {}
 
+    /// This point moved by v.
     constexpr CPoint2f operator+(const CVector2f& v) const noexcept { return {x + v.x, y + v.y}; }
+    /// This point moved by -v.
     constexpr CPoint2f operator-(const CVector2f& v) const noexcept { return {x - v.x, y - v.y}; }
     /// The vector from p to this point.
     constexpr CVector2f operator-(const CPoint2f& p) const noexcept { return {x - p.x, y - p.y}; }
+    /// Moves this point by v.
     CPoint2f& operator+=(const CVector2f& v) noexcept {
         x += v.x;
         y += v.y;
         return *this;
     }
+    /// Moves this point by -v.
     CPoint2f& operator-=(const CVector2f& v) noexcept {
         x -= v.x;
         y -= v.y;
         return *this;
     }
+    /// Exact comparison, no tolerance.
     constexpr bool operator==(const CPoint2f& p) const noexcept { return x == p.x && y == p.y; }
+    /// Exact comparison, no tolerance.
     constexpr bool operator!=(const CPoint2f& p) const noexcept { return !(*this == p); }
 
+    /// Squared distance to p, in float.
     constexpr float DistanceSquaredTo(const CPoint2f& p) const noexcept { return (*this - p).LengthSquared(); }
+    /// Distance to p, in float, unguarded.
     float DistanceTo(const CPoint2f& p) const noexcept { return std::sqrt(DistanceSquaredTo(p)); }
 
     /// Whether p lies within tol of this point, in float: |dx| <= tol and |dy| <= tol
@@ -150,6 +182,7 @@ public:
     /// in [0, 1]. Beyond an end the end itself is returned exactly. A segment whose
     /// squared length is not above DivideByZeroTol gives p1 and t = 0.
     CPoint2f ClosestPointOnLineSegment(const CPoint2f& p1, const CPoint2f& p2, float& t) const noexcept;
+    /// The same, without reporting the parameter.
     CPoint2f ClosestPointOnLineSegment(const CPoint2f& p1, const CPoint2f& p2) const noexcept {
         float t = 0.0f;
         return ClosestPointOnLineSegment(p1, p2, t);

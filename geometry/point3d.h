@@ -1,10 +1,11 @@
-// CPoint3d: a 3D position of three doubles.
-//
-// Tolerances: Equals(p, tol) is strict everywhere (each |d| < tol and the squared
-// distance < tol*tol); the tolerant order operator< / operator> is inclusive at
-// +-EqualTol, so the two are deliberately not complementary at the boundary.
-// IsOn tests are strict against EqualTol. DistanceTo returns exactly 0.0 when the
-// squared distance is at or below DivideByZeroTolSq.
+/// \file
+/// CPoint3d: a 3D position of three doubles.
+///
+/// Tolerances: Equals(p, tol) is strict everywhere (each |d| < tol and the squared
+/// distance < tol*tol); the tolerant order operator< / operator> is inclusive at
+/// +-EqualTol, so the two are deliberately not complementary at the boundary.
+/// IsOn tests are strict against EqualTol. DistanceTo returns exactly 0.0 when the
+/// squared distance is at or below DivideByZeroTolSq.
 #ifndef PLENAR_GEOMETRY_POINT3D_H
 #define PLENAR_GEOMETRY_POINT3D_H
 
@@ -22,13 +23,19 @@ namespace velmor::geometry {
 class CRay3d;
 class CPlane;
 
+/// A 3D position of three doubles. The origin by default; see the file description for the tolerance contract.
 class PLENAR_API CPoint3d {
 public:
+    /// x coordinate.
     double x;
+    /// y coordinate.
     double y;
+    /// z coordinate.
     double z;
 
+    /// The origin.
     constexpr CPoint3d() noexcept : x(0.0), y(0.0), z(0.0) {}
+    /// The point (x, y, z).
     constexpr CPoint3d(double x_, double y_, double z_) noexcept : x(x_), y(y_), z(z_) {}
     /// The weighted sum a*p + b*q, each coordinate evaluated as b*q + a*p; the
     /// weights are not normalised.
@@ -40,19 +47,23 @@ public:
     /// p + v.
     constexpr CPoint3d(const CPoint3d& p, const CVector3d& v) noexcept : x(p.x + v.x), y(p.y + v.y), z(p.z + v.z) {}
 
+    /// Moves this point by v.
     CPoint3d& operator+=(const CVector3d& v) noexcept {
         x += v.x;
         y += v.y;
         z += v.z;
         return *this;
     }
+    /// Moves this point by -v.
     CPoint3d& operator-=(const CVector3d& v) noexcept {
         x -= v.x;
         y -= v.y;
         z -= v.z;
         return *this;
     }
+    /// This point moved by v.
     constexpr CPoint3d operator+(const CVector3d& v) const noexcept { return {x + v.x, y + v.y, z + v.z}; }
+    /// This point moved by -v.
     constexpr CPoint3d operator-(const CVector3d& v) const noexcept { return {x - v.x, y - v.y, z - v.z}; }
     /// Component-wise sum of two positions.
     constexpr CPoint3d operator+(const CPoint3d& p) const noexcept { return {x + p.x, y + p.y, z + p.z}; }
@@ -80,6 +91,7 @@ public:
         return dx * dx + dy * dy + dz * dz < tol * tol;
     }
 
+    /// Squared distance to p, summed as (dx*dx + dy*dy) + dz*dz; no guard.
     constexpr double DistanceSquaredTo(const CPoint3d& p) const noexcept {
         const double dx = x - p.x, dy = y - p.y, dz = z - p.z;
         return dx * dx + dy * dy + dz * dz;

@@ -1,24 +1,25 @@
-// CPolygon2d: a closed 2D polygon of double-precision points (the last point joins
-// the first) that keeps the box of its points up to date as they are added.
-//
-// Contract:
-//   - bounds covers the points added through AddPoint. Writing to `points`
-//     directly bypasses it; every query trusts bounds as it stands.
-//   - ClassifyPoint answers with the point-in-polygon codes 1 inside, 2 on an
-//     edge, 4 on a vertex, 8 outside. A point outside bounds (CBoundingBox2d::
-//     Contains, tolerant by EqualTol) is 8 without looking at the points; anything
-//     else is decided by PointInPolygon with its EqualTol band.
-//   - Contains without allowBoundary accepts only vertices strictly inside (code 1);
-//     with it, edge and vertex codes pass too.
-//   - IsCoincidentWith: the same vertex cycle in the same direction, from any start.
-//     Points match when |dx| < EqualTol, |dy| < EqualTol and dx*dx + dy*dy <
-//     EqualTolSq, all strict. Only the first vertex of the other polygon matching
-//     this polygon's first vertex is tried as the start. Empty polygons are never
-//     coincident.
-//   - GetSignedArea is positive for counter-clockwise order (y up), 0 when empty.
-//   - Reverse leaves the points in their order (see there).
-//   - The vertex count is used as a signed 32-bit int.
-//   - tag is carried along by copies and used by nothing here.
+/// \file
+/// CPolygon2d: a closed 2D polygon of double-precision points (the last point joins
+/// the first) that keeps the box of its points up to date as they are added.
+///
+/// Contract:
+///   - bounds covers the points added through AddPoint. Writing to `points`
+///     directly bypasses it; every query trusts bounds as it stands.
+///   - ClassifyPoint answers with the point-in-polygon codes 1 inside, 2 on an
+///     edge, 4 on a vertex, 8 outside. A point outside bounds (CBoundingBox2d::
+///     Contains, tolerant by EqualTol) is 8 without looking at the points; anything
+///     else is decided by PointInPolygon with its EqualTol band.
+///   - Contains without allowBoundary accepts only vertices strictly inside (code 1);
+///     with it, edge and vertex codes pass too.
+///   - IsCoincidentWith: the same vertex cycle in the same direction, from any start.
+///     Points match when |dx| < EqualTol, |dy| < EqualTol and dx*dx + dy*dy <
+///     EqualTolSq, all strict. Only the first vertex of the other polygon matching
+///     this polygon's first vertex is tried as the start. Empty polygons are never
+///     coincident.
+///   - GetSignedArea is positive for counter-clockwise order (y up), 0 when empty.
+///   - Reverse leaves the points in their order (see there).
+///   - The vertex count is used as a signed 32-bit int.
+///   - tag is carried along by copies and used by nothing here.
 #ifndef PLENAR_GEOMETRY_POLYGON2D_H
 #define PLENAR_GEOMETRY_POLYGON2D_H
 
@@ -31,6 +32,8 @@
 
 namespace velmor::geometry {
 
+/// A closed 2D polygon of doubles that keeps the box of its points, for fast rejection in point and containment
+/// queries.
 class PLENAR_API CPolygon2d {
 public:
     /// The vertices in order; the polygon is closed implicitly.

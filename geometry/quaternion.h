@@ -1,14 +1,15 @@
-// Quaternion: a rotation held as four doubles, the vector part (x, y, z) then the
-// scalar part w. A rotation by angle a about the unit axis u is (u*sin(a/2),
-// cos(a/2)); q and -q are the same rotation.
-//
-// Rotation matrices exchanged with this class are nine doubles, row-major
-// (element (r, c) at index 3r + c), acting on column vectors: the image of the X
-// axis is the first column. Both rotation constructors normalise, without a guard
-// (a zero quaternion becomes NaN); Set, Slerp and GetAxisAndAngle take the
-// quaternion as it is and never renormalise. The conversion from a matrix uses the
-// fixed threshold 1e-9 on the trace and Slerp the fixed threshold 1e-6; neither is
-// one of the global tolerances.
+/// \file
+/// Quaternion: a rotation held as four doubles, the vector part (x, y, z) then the
+/// scalar part w. A rotation by angle a about the unit axis u is (u*sin(a/2),
+/// cos(a/2)); q and -q are the same rotation.
+///
+/// Rotation matrices exchanged with this class are nine doubles, row-major
+/// (element (r, c) at index 3r + c), acting on column vectors: the image of the X
+/// axis is the first column. Both rotation constructors normalise, without a guard
+/// (a zero quaternion becomes NaN); Set, Slerp and GetAxisAndAngle take the
+/// quaternion as it is and never renormalise. The conversion from a matrix uses the
+/// fixed threshold 1e-9 on the trace and Slerp the fixed threshold 1e-6; neither is
+/// one of the global tolerances.
 #ifndef PLENAR_GEOMETRY_QUATERNION_H
 #define PLENAR_GEOMETRY_QUATERNION_H
 
@@ -18,11 +19,16 @@
 
 namespace velmor::geometry {
 
+/// A rotation as a quaternion (x, y, z, w): vector part, then scalar part. The identity by default.
 class PLENAR_API Quaternion {
 public:
+    /// x of the vector part: axis.x * sin(angle/2) for a unit quaternion.
     double x;
+    /// y of the vector part.
     double y;
+    /// z of the vector part.
     double z;
+    /// Scalar part: cos(angle/2) for a unit quaternion.
     double w;
 
     /// The identity rotation (0, 0, 0, 1).
@@ -55,6 +61,7 @@ public:
     constexpr bool operator==(const Quaternion& q) const noexcept {
         return x == q.x && y == q.y && z == q.z && w == q.w;
     }
+    /// Exact comparison.
     constexpr bool operator!=(const Quaternion& q) const noexcept { return !(*this == q); }
 };
 

@@ -1,14 +1,15 @@
-// CRay3d: a point and a unit direction. Parameter t denotes origin + t * direction
-// and is a length. Although it is called a ray, almost every query treats it as the
-// infinite carrier line: parameters may be negative, and the plane, ray and segment
-// intersections accept them. Only the box test gives the origin the meaning of a
-// start (a box behind the origin is missed).
-//
-// Tolerances: IsOn uses the point's line and plane membership (strict against
-// EqualTol) with the direction's parallel (inclusive) and perpendicular (strict)
-// tests. Ray/ray and ray/segment coincidences are decided with
-// CPoint3d::Equals(EqualTol). The box test uses no tolerance: box faces belong to
-// the box, and a direction component is ignored only when it is exactly zero.
+/// \file
+/// CRay3d: a point and a unit direction. Parameter t denotes origin + t * direction
+/// and is a length. Although it is called a ray, almost every query treats it as the
+/// infinite carrier line: parameters may be negative, and the plane, ray and segment
+/// intersections accept them. Only the box test gives the origin the meaning of a
+/// start (a box behind the origin is missed).
+///
+/// Tolerances: IsOn uses the point's line and plane membership (strict against
+/// EqualTol) with the direction's parallel (inclusive) and perpendicular (strict)
+/// tests. Ray/ray and ray/segment coincidences are decided with
+/// CPoint3d::Equals(EqualTol). The box test uses no tolerance: box faces belong to
+/// the box, and a direction component is ignored only when it is exactly zero.
 #ifndef PLENAR_GEOMETRY_RAY3D_H
 #define PLENAR_GEOMETRY_RAY3D_H
 
@@ -26,9 +27,12 @@ namespace velmor::geometry {
 
 class CTransformation;
 
+/// A point and a unit direction; most queries treat it as the infinite line through origin.
 class PLENAR_API CRay3d {
 public:
+    /// The point at parameter 0.
     CPoint3d origin;
+    /// The unit direction; parameter t is the distance along it.
     CUnitVector3d direction;
 
     /// Origin (0, 0, 0), direction +z.

@@ -1,21 +1,22 @@
-// CRect2f: an axis-aligned float rectangle of the drawing geometry, stored as its
-// bottom-left corner (x, y) with width and height; y points up, so the top side
-// is y + height.
-//
-// Empty: a rectangle is empty exactly when width < 0; height is never consulted.
-// Every operation that yields nothing yields EmptyRect = (0, 0, -1, -1), which is
-// also the default value. A width of 0 is a valid degenerate rectangle: the
-// intersection of two rectangles that share an edge is such a zero-area
-// rectangle, not an empty one.
-//
-// Tests are closed (the border is inside) and an empty rectangle contains
-// nothing. Intersects(a, b) is an outcode test with a 1e-5 slack at the sides and
-// no empty check. Equality is per field within EqualTol, inclusive.
-//
-// Corner masks name sides, corners and centre lines as bits: 1 left, 2 right,
-// 4 bottom, 8 top, 16 the centre in x (x + width/2), 32 the centre in y
-// (y + height/2). Corners are numbered counter-clockwise from the
-// bottom-left: 0 (mask 5), 1 (6), 2 (10), 3 (9).
+/// \file
+/// CRect2f: an axis-aligned float rectangle of the drawing geometry, stored as its
+/// bottom-left corner (x, y) with width and height; y points up, so the top side
+/// is y + height.
+///
+/// Empty: a rectangle is empty exactly when width < 0; height is never consulted.
+/// Every operation that yields nothing yields EmptyRect = (0, 0, -1, -1), which is
+/// also the default value. A width of 0 is a valid degenerate rectangle: the
+/// intersection of two rectangles that share an edge is such a zero-area
+/// rectangle, not an empty one.
+///
+/// Tests are closed (the border is inside) and an empty rectangle contains
+/// nothing. Intersects(a, b) is an outcode test with a 1e-5 slack at the sides and
+/// no empty check. Equality is per field within EqualTol, inclusive.
+///
+/// Corner masks name sides, corners and centre lines as bits: 1 left, 2 right,
+/// 4 bottom, 8 top, 16 the centre in x (x + width/2), 32 the centre in y
+/// (y + height/2). Corners are numbered counter-clockwise from the
+/// bottom-left: 0 (mask 5), 1 (6), 2 (10), 3 (9).
 #ifndef PLENAR_GEOMETRY_RECT2F_H
 #define PLENAR_GEOMETRY_RECT2F_H
 
@@ -28,11 +29,16 @@
 
 namespace velmor::geometry {
 
+/// An axis-aligned float rectangle: bottom-left corner, width and height; empty when width < 0.
 class PLENAR_API CRect2f {
 public:
+    /// Left side.
     float x;
+    /// Bottom side (y points up).
     float y;
+    /// Extent in x; negative marks the empty rectangle.
     float width;
+    /// Extent in y; not consulted for emptiness.
     float height;
 
     /// Corner-mask bits.
@@ -50,6 +56,7 @@ public:
 
     /// The empty rectangle (0, 0, -1, -1), ready to be grown with +=.
     constexpr CRect2f() noexcept : x(0.0f), y(0.0f), width(-1.0f), height(-1.0f) {}
+    /// The rectangle with bottom-left (x, y) and the given size, as given (a negative width makes it empty).
     constexpr CRect2f(float x_, float y_, float width_, float height_) noexcept
         : x(x_), y(y_), width(width_), height(height_) {}
     /// The rectangle spanned by two opposite corners, in any order.
@@ -67,19 +74,24 @@ public:
         return std::fabs(x - r.x) <= EqualTol && std::fabs(y - r.y) <= EqualTol &&
                std::fabs(width - r.width) <= EqualTol && std::fabs(height - r.height) <= EqualTol;
     }
+    /// Negation of ==.
     bool operator!=(const CRect2f& r) const noexcept { return !(*this == r); }
 
     /// All four fields scaled by s.
     constexpr CRect2f operator*(float s) const noexcept { return CRect2f(*this, s); }
+    /// Scales all four fields by s.
     CRect2f& operator*=(float s) noexcept { return *this = CRect2f(*this, s); }
     /// Translation; the size is unchanged.
     constexpr CRect2f operator+(const CVector2f& v) const noexcept { return {x + v.x, y + v.y, width, height}; }
+    /// Moves the rectangle by v.
     CRect2f& operator+=(const CVector2f& v) noexcept {
         x += v.x;
         y += v.y;
         return *this;
     }
+    /// Translation by -v; the size is unchanged.
     constexpr CRect2f operator-(const CVector2f& v) const noexcept { return {x - v.x, y - v.y, width, height}; }
+    /// Moves the rectangle by -v.
     CRect2f& operator-=(const CVector2f& v) noexcept {
         x -= v.x;
         y -= v.y;
@@ -90,10 +102,15 @@ public:
     /// Grows to include r. An empty r changes nothing; an empty this becomes r.
     CRect2f& operator+=(const CRect2f& r) noexcept;
 
+    /// (x, y): corner 0.
     constexpr CPoint2f BottomLeft() const noexcept { return {x, y}; }
+    /// (x + width, y): corner 1.
     constexpr CPoint2f BottomRight() const noexcept { return {x + width, y}; }
+    /// (x, y + height): corner 3.
     constexpr CPoint2f TopLeft() const noexcept { return {x, y + height}; }
+    /// (x + width, y + height): corner 2.
     constexpr CPoint2f TopRight() const noexcept { return {x + width, y + height}; }
+    /// (x + width/2, y + height/2). Not meaningful for an empty rectangle.
     constexpr CPoint2f Center() const noexcept { return {x + width * 0.5f, y + height * 0.5f}; }
     /// Corner i, counter-clockwise from 0 at the bottom-left; any other index gives (x, y).
     CPoint2f GetCorner(int i) const noexcept;

@@ -1,24 +1,30 @@
-// CTransformation: the library's 3D placement, a linear 3x3 part, a translation
-// and one uniform scale.
-//
-// A point p maps to p' = (matrix * p + translation) * scale and a vector v to
-// v' = (matrix * v) * scale. `matrix` is row-major, element (i, j) at 3*i + j, with
-// the images of the X, Y and Z axes as its columns. Keeping the uniform scale apart
-// lets a scaled rotation keep an orthonormal 3x3 part. In a * b, b is applied first.
-//
-// The flags are hints that constructors and setters write and the operations
-// trust; they are not recomputed when fields are changed by hand:
-//   isIdentity    every application is skipped (the numbers are the identity's);
-//   isOrthogonal  the 3x3 part is a rotation: it is inverted by transposition and
-//                 never reported singular, whatever numbers it actually holds.
-// SetTransformation and ResynchOrthogonal are the entries that re-derive them.
-//
-// The 4x4 exchange form is column-major: matrix(i, j) at 4*j + i, the translation
-// in elements 12..14, elements 3, 7 and 11 zero and element 15 = 1 / scale.
-//
-// Tolerances: equality and the identity/orthogonality tests are strict against
-// EqualTol; singularity uses the fixed threshold 1e-15 of this class, not a global
-// tolerance. A singular transformation inverts as a silent no-op.
+/// \file
+/// CTransformation: the library's 3D placement, a linear 3x3 part, a translation
+/// and one uniform scale.
+///
+/// A point p maps to p' = (matrix * p + translation) * scale and a vector v to
+/// v' = (matrix * v) * scale. `matrix` is row-major, element (i, j) at 3*i + j, with
+/// the images of the X, Y and Z axes as its columns. Keeping the uniform scale apart
+/// lets a scaled rotation keep an orthonormal 3x3 part. In a * b, b is applied first.
+///
+/// The flags are hints that constructors and setters write and the operations
+/// trust; they are not recomputed when fields are changed by hand:
+/// - isIdentity: every application is skipped (the numbers are the identity's);
+/// - isOrthogonal: the 3x3 part is a rotation: it is inverted by transposition and
+///   never reported singular, whatever numbers it actually holds.
+///
+/// SetTransformation and ResynchOrthogonal are the entries that re-derive them.
+///
+/// Points, vectors, rays and boxes are carried forward; a plane's equation is
+/// carried through the inverse transformation and renormalised, so that the
+/// signed distance keeps its meaning in the new coordinates.
+///
+/// The 4x4 exchange form is column-major: matrix(i, j) at 4*j + i, the translation
+/// in elements 12..14, elements 3, 7 and 11 zero and element 15 = 1 / scale.
+///
+/// Tolerances: equality and the identity/orthogonality tests are strict against
+/// EqualTol; singularity uses the fixed threshold 1e-15 of this class, not a global
+/// tolerance. A singular transformation inverts as a silent no-op.
 #ifndef PLENAR_GEOMETRY_TRANSFORMATION_H
 #define PLENAR_GEOMETRY_TRANSFORMATION_H
 
@@ -34,12 +40,22 @@ class CBoundingBox3d;
 class CPlane;
 class CRay3d;
 
+/// The 3D placement: a 3x3 linear part, a translation and a uniform scale, with the flags isIdentity and
+/// isOrthogonal. The identity by default.
 class PLENAR_API CTransformation {
 public:
+    /// The 3x3 linear part, row-major: element (i, j) at 3*i + j; its columns are the images of the X, Y and Z
+    /// axes.
     double matrix[9];
+    /// Added after the 3x3 part and before the scale.
     double translation[3];
+    /// Uniform scale applied last: p' = (matrix * p + translation) * scale.
     double scale;
+    /// Hint: the numbers are the identity's, so every application is skipped. Trusted, not recomputed when
+    /// fields are changed by hand.
     bool isIdentity;
+    /// Hint: the 3x3 part is a rotation, inverted by transposition and never reported singular. Trusted, not
+    /// recomputed when fields are changed by hand.
     bool isOrthogonal;
 
     // ----- construction and setting -------------------------------------------
@@ -99,8 +115,11 @@ public:
 
     // ----- factories ----------------------------------------------------------
 
+    /// A pure translation by v (see Translation).
     static CTransformation Translate(const CVector3d& v) noexcept;
+    /// A pure translation by p, the image of the origin.
     static CTransformation Translate(const CPoint3d& p) noexcept;
+    /// The rotation by angle radians about the line through p along axis (see Rotation).
     static CTransformation Rotate(const CPoint3d& p, const CUnitVector3d& axis, double angle) noexcept;
     /// Uniform scale about the origin (in `scale`, 3x3 part the identity).
     static CTransformation Scale(double s) noexcept;
@@ -135,6 +154,7 @@ public:
 
     /// All thirteen numbers within EqualTol, strict; the flags are not compared.
     bool operator==(const CTransformation& b) const noexcept;
+    /// Negation of == (strict against EqualTol).
     bool operator!=(const CTransformation& b) const noexcept { return !(*this == b); }
 
     // ----- application --------------------------------------------------------
@@ -204,7 +224,9 @@ public:
 
     /// Column 0, 1 or 2 of the 3x3 part, normalised; the scale does not enter.
     CUnitVector3d X() const noexcept { return CUnitVector3d(matrix[0], matrix[3], matrix[6]); }
+    /// Column 1 of the 3x3 part, normalised.
     CUnitVector3d Y() const noexcept { return CUnitVector3d(matrix[1], matrix[4], matrix[7]); }
+    /// Column 2 of the 3x3 part, normalised.
     CUnitVector3d Z() const noexcept { return CUnitVector3d(matrix[2], matrix[5], matrix[8]); }
     /// The image of the origin, translation * scale; (0, 0, 0) when flagged identity.
     CPoint3d T() const noexcept {
@@ -216,8 +238,11 @@ public:
     /// Lengths of the transformed axis vectors, scale included; 0.0 when the
     /// squared length is at or below DivideByZeroTolSq.
     double XScale() const noexcept { return (*this * CVector3d(1.0, 0.0, 0.0)).Length(); }
+    /// Length of the transformed unit Y vector, scale included.
     double YScale() const noexcept { return (*this * CVector3d(0.0, 1.0, 0.0)).Length(); }
+    /// Length of the transformed unit Z vector, scale included.
     double ZScale() const noexcept { return (*this * CVector3d(0.0, 0.0, 1.0)).Length(); }
+    /// (XScale(), YScale(), ZScale()).
     CVector3d XYZScale() const noexcept { return {XScale(), YScale(), ZScale()}; }
     /// Counter-clockwise angle about this transformation's own Z axis from the
     /// reference X axis that GetArbitraryAxes picks for it to this X axis, as

@@ -1,13 +1,14 @@
-// CUnitVector3d: a direction in 3D, three doubles normalised by every constructor
-// and setter.
-//
-// The zero vector is the one special value: it is what a direction of a zero-length
-// input becomes, and it is the invalid state (IsValid() false). Equality is per
-// component within EqualTol, inclusive. IsPerpendicularTo is strict (|dot| <
-// EqualTol). As for CVector3d, Normalize() guards the squared length against
-// DivideByZeroTolSq and Normalize(double&) the length against DivideByZeroTol, on
-// purpose. Normalize() leaves a vector whose squared length is within
-// DivideByZeroTolSq of 1 bit-for-bit unchanged.
+/// \file
+/// CUnitVector3d: a direction in 3D, three doubles normalised by every constructor
+/// and setter.
+///
+/// The zero vector is the one special value: it is what a direction of a zero-length
+/// input becomes, and it is the invalid state (IsValid() false). Equality is per
+/// component within EqualTol, inclusive. IsPerpendicularTo is strict (|dot| <
+/// EqualTol). As for CVector3d, Normalize() guards the squared length against
+/// DivideByZeroTolSq and Normalize(double&) the length against DivideByZeroTol, on
+/// purpose. Normalize() leaves a vector whose squared length is within
+/// DivideByZeroTolSq of 1 bit-for-bit unchanged.
 #ifndef PLENAR_GEOMETRY_UNITVECTOR3D_H
 #define PLENAR_GEOMETRY_UNITVECTOR3D_H
 
@@ -21,10 +22,15 @@ namespace velmor::geometry {
 
 class CPoint3d;
 
+/// A 3D direction of three doubles, normalised by every constructor and setter; the zero vector is its invalid
+/// state.
 class PLENAR_API CUnitVector3d {
 public:
+    /// x component.
     double x;
+    /// y component.
     double y;
+    /// z component.
     double z;
 
     /// The zero (invalid) direction.
@@ -70,6 +76,7 @@ public:
     /// to - from, normalised; returns the distance between the points.
     double Set(const CPoint3d& from, const CPoint3d& to) noexcept;
 
+    /// x*x + y*y + z*z: 1 up to rounding, 0 for the invalid direction.
     constexpr double LengthSquared() const noexcept { return x * x + y * y + z * z; }
 
     /// Fails (false, zeroed) when the squared length is strictly below
@@ -86,11 +93,13 @@ public:
     /// (strict); the zero vector is not a valid object.
     bool IsValidObj() const noexcept;
 
+    /// Points the other way (still unit length).
     void Reverse() noexcept {
         x = -x;
         y = -y;
         z = -z;
     }
+    /// The opposite direction, without renormalising.
     constexpr CUnitVector3d operator-() const noexcept { return FromComponents(-x, -y, -z); }
     /// Component-wise sum, normalised (opposite directions sum to the zero vector).
     CUnitVector3d operator+(const CUnitVector3d& u) const noexcept { return {x + u.x, y + u.y, z + u.z}; }
@@ -101,10 +110,13 @@ public:
     constexpr CVector3d operator*(const CVector3d& v) const noexcept {
         return {y * v.z - z * v.y, z * v.x - x * v.z, x * v.y - y * v.x};
     }
+    /// Cross product this x u, not normalised.
     constexpr CVector3d operator*(const CUnitVector3d& u) const noexcept {
         return {y * u.z - z * u.y, z * u.x - x * u.z, x * u.y - y * u.x};
     }
+    /// Cross product this x v, not normalised.
     constexpr CVector3d Cross(const CVector3d& v) const noexcept { return *this * v; }
+    /// Cross product this x u, not normalised.
     constexpr CVector3d Cross(const CUnitVector3d& u) const noexcept { return *this * u; }
     /// s*u as a free vector.
     constexpr CVector3d operator*(double s) const noexcept { return {x * s, y * s, z * s}; }
@@ -113,8 +125,11 @@ public:
     bool Equals(const CUnitVector3d& u, double tol) const noexcept {
         return std::fabs(x - u.x) <= tol && std::fabs(y - u.y) <= tol && std::fabs(z - u.z) <= tol;
     }
+    /// Per component within EqualTol, inclusive.
     bool operator==(const CUnitVector3d& u) const noexcept { return Equals(u, EqualTol); }
+    /// The same as ==: per component within EqualTol, inclusive.
     bool IsSameDirectionAs(const CUnitVector3d& u) const noexcept { return Equals(u, EqualTol); }
+    /// Negation of ==.
     bool operator!=(const CUnitVector3d& u) const noexcept { return !Equals(u, EqualTol); }
     /// Equal to u or to -u, per component within EqualTol (inclusive); u first.
     bool IsParallelTo(const CUnitVector3d& u) const noexcept { return Equals(u, EqualTol) || Equals(-u, EqualTol); }

@@ -1,12 +1,13 @@
-// CVector3d: a free 3D displacement of three doubles.
-//
-// Length everywhere is L = sqrt(x*x + y*y + z*z) when the squared length exceeds
-// DivideByZeroTolSq, else exactly 0.0. Equality is per component within EqualTol,
-// inclusive (|d| <= EqualTol), with no spherical test. The two Normalize overloads
-// guard differently on purpose: Normalize() tests the squared length against
-// DivideByZeroTolSq, Normalize(double&) the length against DivideByZeroTol.
-// operator* between vectors is the cross product; the dot product is the free
-// function Dot.
+/// \file
+/// CVector3d: a free 3D displacement of three doubles.
+///
+/// Length everywhere is L = sqrt(x*x + y*y + z*z) when the squared length exceeds
+/// DivideByZeroTolSq, else exactly 0.0. Equality is per component within EqualTol,
+/// inclusive (|d| <= EqualTol), with no spherical test. The two Normalize overloads
+/// guard differently on purpose: Normalize() tests the squared length against
+/// DivideByZeroTolSq, Normalize(double&) the length against DivideByZeroTol.
+/// operator* between vectors is the cross product; the dot product is the free
+/// function Dot.
 #ifndef PLENAR_GEOMETRY_VECTOR3D_H
 #define PLENAR_GEOMETRY_VECTOR3D_H
 
@@ -20,13 +21,19 @@ namespace velmor::geometry {
 
 class CUnitVector3d;
 
+/// A free 3D displacement of three doubles. The zero vector by default.
 class PLENAR_API CVector3d {
 public:
+    /// x component.
     double x;
+    /// y component.
     double y;
+    /// z component.
     double z;
 
+    /// The zero vector.
     constexpr CVector3d() noexcept : x(0.0), y(0.0), z(0.0) {}
+    /// The vector (x, y, z).
     constexpr CVector3d(double x_, double y_, double z_) noexcept : x(x_), y(y_), z(z_) {}
     /// A direction widened to a vector (same components). Defined in unitvector3d.h.
     inline CVector3d(const CUnitVector3d& u) noexcept;  // NOLINT: implicit by design
@@ -57,24 +64,31 @@ public:
     /// DivideByZeroTol, and then leaves the vector unchanged (nothing is zeroed).
     bool SetLength(double length) noexcept;
 
+    /// Component-wise sum.
     constexpr CVector3d operator+(const CVector3d& v) const noexcept { return {x + v.x, y + v.y, z + v.z}; }
+    /// Component-wise difference.
     constexpr CVector3d operator-(const CVector3d& v) const noexcept { return {x - v.x, y - v.y, z - v.z}; }
+    /// All components times s.
     constexpr CVector3d operator*(double s) const noexcept { return {x * s, y * s, z * s}; }
     /// Unguarded: a zero divisor gives infinities as the arithmetic does.
     constexpr CVector3d operator/(double s) const noexcept { return {x / s, y / s, z / s}; }
+    /// The opposite vector.
     constexpr CVector3d operator-() const noexcept { return {-x, -y, -z}; }
+    /// Adds v component-wise.
     CVector3d& operator+=(const CVector3d& v) noexcept {
         x += v.x;
         y += v.y;
         z += v.z;
         return *this;
     }
+    /// Subtracts v component-wise.
     CVector3d& operator-=(const CVector3d& v) noexcept {
         x -= v.x;
         y -= v.y;
         z -= v.z;
         return *this;
     }
+    /// Multiplies all components by s.
     CVector3d& operator*=(double s) noexcept {
         x *= s;
         y *= s;
@@ -88,6 +102,7 @@ public:
         z /= s;
         return *this;
     }
+    /// Points the other way.
     void Reverse() noexcept {
         x = -x;
         y = -y;
@@ -98,14 +113,18 @@ public:
     constexpr CVector3d operator*(const CVector3d& v) const noexcept {
         return {y * v.z - z * v.y, z * v.x - x * v.z, x * v.y - y * v.x};
     }
+    /// Cross product this x u.
     inline CVector3d operator*(const CUnitVector3d& u) const noexcept;
+    /// Cross product this x v, the same as operator*.
     constexpr CVector3d Cross(const CVector3d& v) const noexcept { return *this * v; }
+    /// Cross product this x u.
     inline CVector3d Cross(const CUnitVector3d& u) const noexcept;
 
     /// Per component |d| <= EqualTol (inclusive).
     bool operator==(const CVector3d& v) const noexcept {
         return std::fabs(x - v.x) <= EqualTol && std::fabs(y - v.y) <= EqualTol && std::fabs(z - v.z) <= EqualTol;
     }
+    /// Negation of ==.
     bool operator!=(const CVector3d& v) const noexcept { return !(*this == v); }
     /// Tolerant lexicographic order, inclusive at +-EqualTol (see CPoint3d::operator<).
     /// Non-const, as the interface has always declared it.
@@ -120,6 +139,7 @@ public:
     bool IsValidObj() const noexcept { return std::isfinite(x) && std::isfinite(y) && std::isfinite(z); }
 };
 
+/// s*v.
 constexpr CVector3d operator*(double s, const CVector3d& v) noexcept { return v * s; }
 
 /// Dot product x*vx + y*vy + z*vz, summed in that order. Unit vectors convert.
