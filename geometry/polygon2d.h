@@ -50,6 +50,7 @@ public:
     /// Replaces the points by other's and copies bounds and tag; self-assignment
     /// does nothing.
     CPolygon2d& operator=(const CPolygon2d& other);
+    /// Virtual so that classes derived from a polygon are destroyed whole.
     virtual ~CPolygon2d();
 
     /// Appends p and grows bounds by it.
