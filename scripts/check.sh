@@ -8,6 +8,9 @@ cd "$(dirname "$0")/.."
 cmake --workflow --preset release
 cmake --workflow --preset sanitize
 
+# The API reference and guide must render without a doxygen warning.
+cmake --build --preset release --target docs
+
 # The Debian package must install with apt-get and serve a client (needs root).
 if [ "$(id -u)" = 0 ]; then
   ./scripts/check-deb.sh
