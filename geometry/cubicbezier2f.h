@@ -38,15 +38,19 @@
 
 namespace velmor::geometry {
 
+/// A cubic Bezier curve in float, from p0 (t = 0) to p3 (t = 1) with inner control points p1 and p2.
 class PLENAR_API CCubicBezier2f {
 public:
     CPoint2f p0;  ///< start, t = 0
+    /// First inner control point: the start tangent is 3 * (p1 - p0).
     CPoint2f p1;
+    /// Second inner control point: the end tangent is 3 * (p3 - p2).
     CPoint2f p2;
     CPoint2f p3;  ///< end, t = 1
 
     /// All four points at (0, 0).
     constexpr CCubicBezier2f() noexcept : p0(), p1(), p2(), p3() {}
+    /// The four control points as given.
     constexpr CCubicBezier2f(const CPoint2f& p0_, const CPoint2f& p1_, const CPoint2f& p2_,
                              const CPoint2f& p3_) noexcept
         : p0(p0_), p1(p1_), p2(p2_), p3(p3_) {}
@@ -80,9 +84,11 @@ public:
     /// Control point i for i in 0..3. Any larger index yields p0 on purpose:
     /// callers index with unchecked values and rely on never failing.
     const CPoint2f& GetPoint(unsigned int i) const noexcept;
+    /// Control point i for writing; any index above 3 yields p0, as for the const overload.
     CPoint2f& GetPoint(unsigned int i) noexcept;
     /// Sets control point i; an index above 3 overwrites p0, as GetPoint reads it.
     void SetPoint(unsigned int i, const CPoint2f& p) noexcept { GetPoint(i) = p; }
+    /// Sets all four control points.
     void SetPoints(const CPoint2f& p0_, const CPoint2f& p1_, const CPoint2f& p2_, const CPoint2f& p3_) noexcept {
         p0 = p0_;
         p1 = p1_;

@@ -1,14 +1,15 @@
-// CEllipse2f: the float ellipse of the drawing geometry, an axis-aligned ellipse
-// of two radii, oriented by an AffineTransform and placed at a centre.
-//
-// Parameter t is the parametric (eccentric) angle in radians: the local point is
-// (radiusX cos t, radiusY sin t), the local derivative (-radiusX sin t,
-// radiusY cos t). The world point is transform * local + center, with the
-// transform's translation taking effect; the world tangent is the linear part of
-// transform applied to the local derivative. With positive radii and an
-// orientation-preserving transform the ellipse runs counter-clockwise as t grows.
-// Sines and cosines of float parameters are taken in float; GetPoints samples by
-// an incremental rotation in double.
+/// \file
+/// CEllipse2f: the float ellipse of the drawing geometry, an axis-aligned ellipse
+/// of two radii, oriented by an AffineTransform and placed at a centre.
+///
+/// Parameter t is the parametric (eccentric) angle in radians: the local point is
+/// (radiusX cos t, radiusY sin t), the local derivative (-radiusX sin t,
+/// radiusY cos t). The world point is transform * local + center, with the
+/// transform's translation taking effect; the world tangent is the linear part of
+/// transform applied to the local derivative. With positive radii and an
+/// orientation-preserving transform the ellipse runs counter-clockwise as t grows.
+/// Sines and cosines of float parameters are taken in float; GetPoints samples by
+/// an incremental rotation in double.
 #ifndef PLENAR_GEOMETRY_ELLIPSE2F_H
 #define PLENAR_GEOMETRY_ELLIPSE2F_H
 
@@ -19,11 +20,14 @@
 
 namespace velmor::geometry {
 
+/// A float ellipse: radii along its local axes, oriented by an AffineTransform and placed at a centre.
 class PLENAR_API CEllipse2f {
 public:
+    /// Added after the transform: world point = transform * local + center.
     CPoint2f center;
     float radiusX;  ///< semi-axis along the local x axis
     float radiusY;  ///< semi-axis along the local y axis
+    /// Orientation of the local ellipse, translation included; a pure rotation when built from an angle.
     AffineTransform transform;
 
     /// A point ellipse at the origin: radii 0, identity orientation.
@@ -45,7 +49,9 @@ public:
     void EvalPointAndTangent(float t, CPoint2f& point, CVector2f& tangent) const noexcept;
     /// The world point and world tangent at t.
     void GetPointAndTangentAtParameter(float t, CPoint2f& point, CVector2f& tangent) const noexcept;
+    /// The world point at t.
     CPoint2f GetPointAtParameter(float t) const noexcept;
+    /// The world tangent at t (the linear part of transform applied to the local derivative).
     CVector2f GetTangentAtParameter(float t) const noexcept;
 
     /// The parameter of the ellipse point closest to p, by at most 20 Newton

@@ -1,20 +1,21 @@
-// Selection filters: decide whether points, segments and axis-aligned boxes are
-// selected by a pick volume, a plane, the positive side of a plane, or several of
-// these at once.
-//
-// IGeomFilter is the interface a scene walk talks to. Its box test with a
-// fully-accepted flag lets a hierarchical walk accept a whole subtree without
-// testing its contents, and skip a subtree whose box cannot hold anything selected.
-// Filters move into another frame with Transform (a pick volume built in world
-// space is cloned and moved by the inverse of an instance's placement) and copy
-// polymorphically with Clone, whose result the caller deletes.
-//
-// Distances are the signed plane distance ((a*x + b*y) + c*z) + d. The volume, the
-// box classification and the segment trimming use no tolerance at all: a point
-// exactly on a face is inside and one 1e-12 outside is not. The plane filters keep a
-// band of EqualTol (strict) for points and segments, but classify boxes exactly.
-//
-// The queries never allocate; only Clone and CGeomFilterCombined::Add do.
+/// \file
+/// Selection filters: decide whether points, segments and axis-aligned boxes are
+/// selected by a pick volume, a plane, the positive side of a plane, or several of
+/// these at once.
+///
+/// IGeomFilter is the interface a scene walk talks to. Its box test with a
+/// fully-accepted flag lets a hierarchical walk accept a whole subtree without
+/// testing its contents, and skip a subtree whose box cannot hold anything selected.
+/// Filters move into another frame with Transform (a pick volume built in world
+/// space is cloned and moved by the inverse of an instance's placement) and copy
+/// polymorphically with Clone, whose result the caller deletes.
+///
+/// Distances are the signed plane distance ((a*x + b*y) + c*z) + d. The volume, the
+/// box classification and the segment trimming use no tolerance at all: a point
+/// exactly on a face is inside and one 1e-12 outside is not. The plane filters keep a
+/// band of EqualTol (strict) for points and segments, but classify boxes exactly.
+///
+/// The queries never allocate; only Clone and CGeomFilterCombined::Add do.
 #ifndef PLENAR_GEOMETRY_GEOMFILTER_H
 #define PLENAR_GEOMETRY_GEOMFILTER_H
 
@@ -32,6 +33,8 @@ namespace velmor::geometry {
 /// four queries without changing the filter.
 class PLENAR_API IGeomFilter {
 public:
+    /// Virtual: filters are deleted through IGeomFilter pointers (the clones a caller owns, the members of a
+    /// combined filter).
     virtual ~IGeomFilter();
 
     /// Is the point selected.
@@ -52,8 +55,11 @@ public:
     virtual const CPlane* GetFrustumPlane(int index) const = 0;
 
 protected:
+    /// Only derived filters are constructed.
     IGeomFilter() = default;
+    /// Protected: filters are copied polymorphically with Clone, or by their concrete type.
     IGeomFilter(const IGeomFilter&) = default;
+    /// Protected, as the copy constructor.
     IGeomFilter& operator=(const IGeomFilter&) = default;
 };
 
@@ -71,12 +77,15 @@ public:
 
     /// Six planes (0, 0, 1, 0), all present: the half-space z <= 0.
     CGeomFilterVolume() noexcept = default;
+    /// Copies the six planes.
     CGeomFilterVolume(const CGeomFilterVolume&) noexcept = default;
+    /// Copies the six planes.
     CGeomFilterVolume& operator=(const CGeomFilterVolume&) noexcept = default;
     /// The six planes in argument order.
     CGeomFilterVolume(const CPlane& p0, const CPlane& p1, const CPlane& p2, const CPlane& p3, const CPlane& p4,
                       const CPlane& p5) noexcept
         : planes{p0, p1, p2, p3, p4, p5} {}
+    /// Nothing to release.
     ~CGeomFilterVolume() override;
 
     /// Whether plane 5 takes part in the tests (its d is not AbsentPlaneD).
@@ -111,12 +120,17 @@ protected:
 /// Selects what lies wholly inside the volume.
 class PLENAR_API CGeomFilterInsideVolume : public CGeomFilterVolume {
 public:
+    /// Six planes (0, 0, 1, 0), all present: the half-space z <= 0.
     CGeomFilterInsideVolume() noexcept = default;
+    /// Copies the six planes.
     CGeomFilterInsideVolume(const CGeomFilterInsideVolume&) noexcept = default;
+    /// Copies the six planes.
     CGeomFilterInsideVolume& operator=(const CGeomFilterInsideVolume&) noexcept = default;
+    /// The six planes in argument order, normals pointing out of the volume.
     CGeomFilterInsideVolume(const CPlane& p0, const CPlane& p1, const CPlane& p2, const CPlane& p3, const CPlane& p4,
                             const CPlane& p5) noexcept
         : CGeomFilterVolume(p0, p1, p2, p3, p4, p5) {}
+    /// Nothing to release.
     ~CGeomFilterInsideVolume() override;
 
     using CGeomFilterVolume::Test;
@@ -131,12 +145,17 @@ public:
 /// Selects what lies inside the volume or crosses its boundary.
 class PLENAR_API CGeomFilterCrossingVolume : public CGeomFilterVolume {
 public:
+    /// Six planes (0, 0, 1, 0), all present: the half-space z <= 0.
     CGeomFilterCrossingVolume() noexcept = default;
+    /// Copies the six planes.
     CGeomFilterCrossingVolume(const CGeomFilterCrossingVolume&) noexcept = default;
+    /// Copies the six planes.
     CGeomFilterCrossingVolume& operator=(const CGeomFilterCrossingVolume&) noexcept = default;
+    /// The six planes in argument order, normals pointing out of the volume.
     CGeomFilterCrossingVolume(const CPlane& p0, const CPlane& p1, const CPlane& p2, const CPlane& p3, const CPlane& p4,
                               const CPlane& p5) noexcept
         : CGeomFilterVolume(p0, p1, p2, p3, p4, p5) {}
+    /// Nothing to release.
     ~CGeomFilterCrossingVolume() override;
 
     using CGeomFilterVolume::Test;
@@ -154,9 +173,13 @@ public:
 /// Selects everything; boxes are always fully accepted.
 class PLENAR_API CGeomFilterSelectAll : public IGeomFilter {
 public:
+    /// Nothing to set.
     CGeomFilterSelectAll() noexcept = default;
+    /// Nothing to copy.
     CGeomFilterSelectAll(const CGeomFilterSelectAll&) noexcept = default;
+    /// Nothing to copy.
     CGeomFilterSelectAll& operator=(const CGeomFilterSelectAll&) noexcept = default;
+    /// Nothing to release.
     ~CGeomFilterSelectAll() override;
 
     bool Test(const CPoint3d&) override { return true; }
@@ -182,10 +205,15 @@ public:
     /// The plane; default (0, 0, 1, 0).
     CPlane plane;
 
+    /// The plane (0, 0, 1, 0): z = 0.
     CGeomFilterPlane() noexcept = default;
+    /// Copies the plane.
     CGeomFilterPlane(const CGeomFilterPlane&) noexcept = default;
+    /// Copies the plane.
     CGeomFilterPlane& operator=(const CGeomFilterPlane&) noexcept = default;
+    /// Selects what touches plane_, stored as given.
     explicit CGeomFilterPlane(const CPlane& plane_) noexcept : plane(plane_) {}
+    /// Nothing to release.
     ~CGeomFilterPlane() override;
 
     /// |distance| < EqualTol, strict.
@@ -215,10 +243,15 @@ public:
 /// that difference. A box wholly above is fully accepted.
 class PLENAR_API CGeomFilterAbovePlane : public CGeomFilterPlane {
 public:
+    /// The plane (0, 0, 1, 0): selects what reaches z > -EqualTol.
     CGeomFilterAbovePlane() noexcept = default;
+    /// Copies the plane.
     CGeomFilterAbovePlane(const CGeomFilterAbovePlane&) noexcept = default;
+    /// Copies the plane.
     CGeomFilterAbovePlane& operator=(const CGeomFilterAbovePlane&) noexcept = default;
+    /// Selects what reaches the positive side of plane_, stored as given.
     explicit CGeomFilterAbovePlane(const CPlane& plane_) noexcept : CGeomFilterPlane(plane_) {}
+    /// Nothing to release.
     ~CGeomFilterAbovePlane() override;
 
     bool Test(const CPoint3d& point) override { return plane.SignedDistance(point) > -EqualTol; }

@@ -1,17 +1,18 @@
-// Intersections of 2D float curves: the hit record IntersectionPoint2f, the hit
-// set CurveIntersections2f, and the segment/segment intersection that the curve
-// intersections of CCubicBezier2f end in.
-//
-// A hit carries the point and its parameter on each of the two curves (t1 on the
-// first, t2 on the second). Two hits are the same when both parameters agree
-// within 0.001 (inclusive) and the points agree within EqualTol narrowed to float
-// (per coordinate inclusive, squared distance strict). CurveIntersections2f never
-// holds two such equal hits: Add silently drops a hit equal to a stored one, so
-// a crossing found by several neighbouring curve pieces is stored once, while
-// hits at one point with different parameters (a curve touching itself) are kept.
-//
-// Hits stay in insertion order until sorted; sorting by either parameter is not
-// stable.
+/// \file
+/// Intersections of 2D float curves: the hit record IntersectionPoint2f, the hit
+/// set CurveIntersections2f, and the segment/segment intersection that the curve
+/// intersections of CCubicBezier2f end in.
+///
+/// A hit carries the point and its parameter on each of the two curves (t1 on the
+/// first, t2 on the second). Two hits are the same when both parameters agree
+/// within 0.001 (inclusive) and the points agree within EqualTol narrowed to float
+/// (per coordinate inclusive, squared distance strict). CurveIntersections2f never
+/// holds two such equal hits: Add silently drops a hit equal to a stored one, so
+/// a crossing found by several neighbouring curve pieces is stored once, while
+/// hits at one point with different parameters (a curve touching itself) are kept.
+///
+/// Hits stay in insertion order until sorted; sorting by either parameter is not
+/// stable.
 #ifndef PLENAR_GEOMETRY_INTERSECTION2F_H
 #define PLENAR_GEOMETRY_INTERSECTION2F_H
 
@@ -25,14 +26,19 @@
 
 namespace velmor::geometry {
 
+/// One hit of two curves: the point and its parameter on each curve.
 class PLENAR_API IntersectionPoint2f {
 public:
+    /// Where the curves meet.
     CPoint2f point;
+    /// Parameter on the first curve.
     float t1;
+    /// Parameter on the second curve.
     float t2;
 
     /// (0, 0) with both parameters 0.
     constexpr IntersectionPoint2f() noexcept : point(), t1(0.0f), t2(0.0f) {}
+    /// The hit at point_ with parameters t1_ and t2_.
     constexpr IntersectionPoint2f(const CPoint2f& point_, float t1_, float t2_) noexcept
         : point(point_), t1(t1_), t2(t2_) {}
 
@@ -53,6 +59,7 @@ public:
         const float fy = point.y - o.point.y;
         return fx * fx + fy * fy < tol * tol;
     }
+    /// Negation of ==.
     bool operator!=(const IntersectionPoint2f& o) const noexcept { return !(*this == o); }
 
     /// Maps local parameters of two curve pieces to their parents':
@@ -76,16 +83,19 @@ inline bool Parameter1Less(const IntersectionPoint2f& a, const IntersectionPoint
 /// a.t2 < b.t2.
 inline bool Parameter2Less(const IntersectionPoint2f& a, const IntersectionPoint2f& b) noexcept { return a.t2 < b.t2; }
 
+/// A duplicate-free set of curve hits, in insertion order until sorted.
 class PLENAR_API CurveIntersections2f {
 public:
     /// The hits, free of duplicates, in insertion order until sorted.
     std::vector<IntersectionPoint2f> points;
 
+    /// No hits.
     CurveIntersections2f() = default;
 
     /// Appends ip unless a stored hit equals it. A linear scan, so adding n hits
     /// costs time quadratic in n.
     void Add(const IntersectionPoint2f& ip);
+    /// Builds the hit and adds it as above.
     void Add(const CPoint2f& point, float t1, float t2) { Add(IntersectionPoint2f(point, t1, t2)); }
     /// Adds other's hits in order, each with the duplicate test, so duplicates
     /// within other are dropped too.

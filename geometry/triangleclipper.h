@@ -1,21 +1,22 @@
-// TriangleClipper: cuts indexed triangles against axis-aligned clip planes (the
-// faces of a 2D rectangle or a 3D box) and returns the pieces that lie inside, again
-// as indexed triangles.
-//
-// Vertices live in a point pool the caller owns; triangles hold three indices into
-// it. Clipping never moves or removes a point: every new vertex (a crossing with a
-// clip plane) is appended to the pool, and output triangles index old and new
-// points alike. The pool is never de-duplicated: a split appends the same crossing
-// point twice, and callers that weld vertices do so themselves. Indices already
-// handed out stay valid, but references into the pool do not survive its growth.
-//
-// Every output triangle keeps the winding of its input triangle. A clip plane keeps
-// the side where the coordinate on its axis is >= value (keepGreater) or <= value;
-// a vertex exactly on the plane is inside. No tolerance is used anywhere.
-//
-// A vertex index outside the pool (negative, or not below the pool size) raises
-// std::out_of_range from the bounds-checked fetch, before anything is appended for
-// the triangle being clipped.
+/// \file
+/// TriangleClipper: cuts indexed triangles against axis-aligned clip planes (the
+/// faces of a 2D rectangle or a 3D box) and returns the pieces that lie inside, again
+/// as indexed triangles.
+///
+/// Vertices live in a point pool the caller owns; triangles hold three indices into
+/// it. Clipping never moves or removes a point: every new vertex (a crossing with a
+/// clip plane) is appended to the pool, and output triangles index old and new
+/// points alike. The pool is never de-duplicated: a split appends the same crossing
+/// point twice, and callers that weld vertices do so themselves. Indices already
+/// handed out stay valid, but references into the pool do not survive its growth.
+///
+/// Every output triangle keeps the winding of its input triangle. A clip plane keeps
+/// the side where the coordinate on its axis is >= value (keepGreater) or <= value;
+/// a vertex exactly on the plane is inside. No tolerance is used anywhere.
+///
+/// A vertex index outside the pool (negative, or not below the pool size) raises
+/// std::out_of_range from the bounds-checked fetch, before anything is appended for
+/// the triangle being clipped.
 #ifndef PLENAR_GEOMETRY_TRIANGLECLIPPER_H
 #define PLENAR_GEOMETRY_TRIANGLECLIPPER_H
 
@@ -40,6 +41,7 @@ public:
     /// 0 for x, 1 for y; any other value means z.
     int axis;
 
+    /// The plane on axis_ at value_, keeping the greater side when keepGreater_.
     constexpr ClipPlane(bool keepGreater_, double value_, int axis_) noexcept
         : keepGreater(keepGreater_), value(value_), axis(axis_) {}
 
@@ -73,11 +75,14 @@ class PLENAR_API TriangleClipper {
 public:
     /// Three vertex indices into the point pool, in winding order.
     struct IndexedTriangle {
+        /// Vertex indices into the point pool, in winding order.
         int indices[3];
 
+        /// Same indices in the same positions (a rotated triangle differs).
         friend constexpr bool operator==(const IndexedTriangle& l, const IndexedTriangle& r) noexcept {
             return l.indices[0] == r.indices[0] && l.indices[1] == r.indices[1] && l.indices[2] == r.indices[2];
         }
+        /// Negation of ==.
         friend constexpr bool operator!=(const IndexedTriangle& l, const IndexedTriangle& r) noexcept {
             return !(l == r);
         }
@@ -97,7 +102,9 @@ public:
     /// Frees the plane list; the point pool is left alone.
     virtual ~TriangleClipper();
 
+    /// Shares the caller's pool (the pointer is copied) and copies the planes.
     TriangleClipper(const TriangleClipper&) = default;
+    /// Shares the caller's pool (the pointer is copied) and copies the planes.
     TriangleClipper& operator=(const TriangleClipper&) = default;
 
     /// Appends a plane and returns its index (the number of planes before the call).
@@ -165,8 +172,11 @@ public:
 
     /// Stores the rectangle and adds its four planes.
     TriangleClipper2D(std::vector<CPoint3d>* points_, const CBoundingBox2d& extents_);
+    /// Frees the planes; the point pool is left alone.
     ~TriangleClipper2D() override;
+    /// Shares the caller's pool and copies the rectangle and planes.
     TriangleClipper2D(const TriangleClipper2D&) = default;
+    /// Shares the caller's pool and copies the rectangle and planes.
     TriangleClipper2D& operator=(const TriangleClipper2D&) = default;
 };
 
@@ -181,8 +191,11 @@ public:
 
     /// Stores the box and adds its six planes.
     TriangleClipper3D(std::vector<CPoint3d>* points_, const CBoundingBox3d& extents_);
+    /// Frees the planes; the point pool is left alone.
     ~TriangleClipper3D() override;
+    /// Shares the caller's pool and copies the box and planes.
     TriangleClipper3D(const TriangleClipper3D&) = default;
+    /// Shares the caller's pool and copies the box and planes.
     TriangleClipper3D& operator=(const TriangleClipper3D&) = default;
 };
 
