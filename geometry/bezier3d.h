@@ -81,7 +81,9 @@ public:
     /// Flattens the curve into sink: halves it until each piece IsStraight(tol) and
     /// calls LineTo with each piece's end point, first to last. p0 is never sent.
     /// Nothing is sent for a null sink, a tolerance that is not positive (or whose
-    /// square vanishes), or a non-finite control point.
+    /// square vanishes), or a non-finite control point. A tolerance finer than the
+    /// rounding of the coordinates can leave pieces that halving no longer changes;
+    /// after 1024 levels such a piece is ended at its end point.
     void Draw(IBezier3dDraw* sink, double tol) const;
 };
 
