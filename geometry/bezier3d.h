@@ -1,20 +1,21 @@
-// CBezier3d: a cubic Bezier curve in 3D, given by its four control points, and
-// IBezier3dDraw, the caller's sink for the polyline it flattens into.
-//
-// Contract:
-//   - Evaluation is de Casteljau's construction with every blend written
-//     s*A + t*B (s = 1 - t), so EvaluatePoint(0) is p0 and EvaluatePoint(1) is p3
-//     exactly. t is not clamped: values outside [0, 1] extrapolate.
-//   - The tangent is the unit vector between the last two de Casteljau points; where
-//     they coincide (t = 0 with p0 == p1, for instance) it is the zero vector.
-//   - IsStraight(tol) holds when both inner control points lie within tol of the
-//     chord's carrier line, strictly (AreColinear). A chord shorter than tol is
-//     straight whatever the inner points do.
-//   - Draw flattens by halving until every piece is straight within tol and sends
-//     the end point of each piece, in order along the curve. It never sends p0: the
-//     caller has already moved there. It needs a positive tolerance and finite
-//     control points; without them there is nothing it could ever finish, and it
-//     sends nothing.
+/// \file
+/// CBezier3d: a cubic Bezier curve in 3D, given by its four control points, and
+/// IBezier3dDraw, the caller's sink for the polyline it flattens into.
+///
+/// Contract:
+///   - Evaluation is de Casteljau's construction with every blend written
+///     s*A + t*B (s = 1 - t), so EvaluatePoint(0) is p0 and EvaluatePoint(1) is p3
+///     exactly. t is not clamped: values outside [0, 1] extrapolate.
+///   - The tangent is the unit vector between the last two de Casteljau points; where
+///     they coincide (t = 0 with p0 == p1, for instance) it is the zero vector.
+///   - IsStraight(tol) holds when both inner control points lie within tol of the
+///     chord's carrier line, strictly (AreColinear). A chord shorter than tol is
+///     straight whatever the inner points do.
+///   - Draw flattens by halving until every piece is straight within tol and sends
+///     the end point of each piece, in order along the curve. It never sends p0: the
+///     caller has already moved there. It needs a positive tolerance and finite
+///     control points; without them there is nothing it could ever finish, and it
+///     sends nothing.
 #ifndef PLENAR_GEOMETRY_BEZIER3D_H
 #define PLENAR_GEOMETRY_BEZIER3D_H
 
@@ -32,9 +33,12 @@ public:
     /// The next vertex of the polyline; the previous one (or the curve's start) is
     /// where the line comes from.
     virtual void LineTo(const CPoint3d& p) = 0;
+    /// Virtual: sinks may be used through IBezier3dDraw pointers.
     virtual ~IBezier3dDraw();
 };
 
+/// A cubic Bezier curve in 3D from p0 (t = 0) to p3 (t = 1): evaluated, halved and flattened into a
+/// caller-supplied sink.
 class PLENAR_API CBezier3d {
 public:
     /// Start point (parameter 0).
@@ -48,6 +52,7 @@ public:
 
     /// All four control points at (0, 0, 0).
     constexpr CBezier3d() noexcept = default;
+    /// The four control points as given.
     constexpr CBezier3d(const CPoint3d& p0_, const CPoint3d& p1_, const CPoint3d& p2_, const CPoint3d& p3_) noexcept
         : p0(p0_), p1(p1_), p2(p2_), p3(p3_) {}
     /// The curve leaving start along startDir and arriving at end along endDir: the

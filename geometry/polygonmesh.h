@@ -1,27 +1,28 @@
-// CPolygonMesh: an indexed polygon mesh over a pool of points that is welded as it
-// grows, with optional per-point texture coordinates and normals.
-//
-// Contract:
-//   - Point indices are 1-based and signed: 0 means no point, and the sign is a bit
-//     the caller may carry per polygon corner (a hidden edge, say). The mesh stores
-//     the sign and every lookup ignores it. Point i is points[|i| - 1].
-//   - Welding: a point is reused when it equals an existing one within EqualTol
-//     (CPoint3d::Equals, strict), and the first match in insertion order wins. The
-//     scan is linear, so welding n points costs O(n^2): meant for moderate meshes.
-//   - Polygon p (1-based) owns polygonIndices[polygonStarts[p - 1]] up to the next
-//     polygon's start, or to the end of polygonIndices for the last polygon.
-//   - AddPolygon reports a refused polygon with 0 and does not undo what it had
-//     already recorded (see each overload). A caller that gets 0 from the indices
-//     overload is expected to discard the mesh.
-//   - flags: 1 keeps front texture coordinates, 2 back texture coordinates, 4
-//     normals; other bits are ignored. The attribute vectors are parallel to points
-//     only as far as the caller keeps them so (ReserveSpace, then the setters);
-//     nothing enforces it.
-//   - Attribute getters answer zeros for an index outside their vector, and
-//     GetNormal also when the mesh keeps no normals; setters overwrite inside the
-//     vector and append otherwise, whatever the index and the flags.
-//   - GetPoint and the polygon queries do not check their indices: an index out of
-//     range is the caller's error and reads outside the vectors.
+/// \file
+/// CPolygonMesh: an indexed polygon mesh over a pool of points that is welded as it
+/// grows, with optional per-point texture coordinates and normals.
+///
+/// Contract:
+///   - Point indices are 1-based and signed: 0 means no point, and the sign is a bit
+///     the caller may carry per polygon corner (a hidden edge, say). The mesh stores
+///     the sign and every lookup ignores it. Point i is points[|i| - 1].
+///   - Welding: a point is reused when it equals an existing one within EqualTol
+///     (CPoint3d::Equals, strict), and the first match in insertion order wins. The
+///     scan is linear, so welding n points costs O(n^2): meant for moderate meshes.
+///   - Polygon p (1-based) owns polygonIndices[polygonStarts[p - 1]] up to the next
+///     polygon's start, or to the end of polygonIndices for the last polygon.
+///   - AddPolygon reports a refused polygon with 0 and does not undo what it had
+///     already recorded (see each overload). A caller that gets 0 from the indices
+///     overload is expected to discard the mesh.
+///   - flags: 1 keeps front texture coordinates, 2 back texture coordinates, 4
+///     normals; other bits are ignored. The attribute vectors are parallel to points
+///     only as far as the caller keeps them so (ReserveSpace, then the setters);
+///     nothing enforces it.
+///   - Attribute getters answer zeros for an index outside their vector, and
+///     GetNormal also when the mesh keeps no normals; setters overwrite inside the
+///     vector and append otherwise, whatever the index and the flags.
+///   - GetPoint and the polygon queries do not check their indices: an index out of
+///     range is the caller's error and reads outside the vectors.
 #ifndef PLENAR_GEOMETRY_POLYGONMESH_H
 #define PLENAR_GEOMETRY_POLYGONMESH_H
 
@@ -36,6 +37,8 @@ namespace velmor::geometry {
 
 class CTransformation;
 
+/// An indexed polygon mesh over a welded point pool, with optional per-point texture coordinates and normals. A
+/// value: copies own their own vectors.
 class PLENAR_API CPolygonMesh {
 public:
     /// The point pool; point index k (k >= 1) is points[k - 1].
@@ -56,10 +59,15 @@ public:
 
     /// An empty mesh keeping the attributes named by flags.
     explicit CPolygonMesh(unsigned int flags_) : flags(flags_) {}
+    /// Copies every vector and the flags.
     CPolygonMesh(const CPolygonMesh&) = default;
+    /// Takes over every vector; the source is left empty but valid.
     CPolygonMesh(CPolygonMesh&&) noexcept = default;
+    /// Copies every vector and the flags.
     CPolygonMesh& operator=(const CPolygonMesh&) = default;
+    /// Takes over every vector; the source is left empty but valid.
     CPolygonMesh& operator=(CPolygonMesh&&) noexcept = default;
+    /// Virtual so that meshes derived from it are destroyed whole; frees the vectors.
     virtual ~CPolygonMesh();
 
     /// Reserves room for pointCount more points and polygonCount more polygons (of
