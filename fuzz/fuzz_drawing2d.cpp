@@ -1,0 +1,233 @@
+// Fuzz target: the single-precision 2D geometry of drawing (points, vectors and
+// line utilities, sizes, rectangles, parameter ranges, affine transforms, the
+// point-in-polygon and point-in-triangle tests) and the double-precision 2D points.
+#include <geometry/affinetransform.h>
+#include <geometry/cubicbezier2f.h>
+#include <geometry/geometryutils.h>
+#include <geometry/point2d.h>
+#include <geometry/point2f.h>
+#include <geometry/rangef.h>
+#include <geometry/rect2f.h>
+#include <geometry/size2f.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "fuzz_input.h"
+
+using namespace velmor::geometry;
+using plenar_fuzz::Consume;
+using plenar_fuzz::FuzzInput;
+
+namespace {
+
+CRect2f ReadRect(FuzzInput& in) {
+    switch (in.Byte() & 3) {
+        case 0:
+            return CRect2f();
+        case 1: {
+            const CPoint2f a = in.Point2f();
+            return CRect2f(a, in.Point2f());
+        }
+        default: {
+            const float x = in.Float(), y = in.Float(), w = in.Float();
+            return CRect2f(x, y, w, in.Float());
+        }
+    }
+}
+
+AffineTransform ReadAffine(FuzzInput& in) {
+    switch (in.Byte() % 5) {
+        case 0:
+            return AffineTransform::Rotate(in.Float());
+        case 1: {
+            const CPoint2f c = in.Point2f();
+            return AffineTransform::Rotate(c, in.Float());
+        }
+        case 2: {
+            const CPoint2f c = in.Point2f();
+            const float sx = in.Float();
+            return AffineTransform::Scale(c, sx, in.Float());
+        }
+        case 3: {
+            const float x = in.Float();
+            return AffineTransform::Translate(x, in.Float());
+        }
+        default: {
+            float v[6];
+            for (float& f : v) f = in.Float();
+            AffineTransform t;
+            t.Set(v);
+            return t;
+        }
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    FuzzInput in(data, size);
+    plenar_fuzz::ToleranceScope scope;
+    int steps = 0;
+    while (!in.Empty() && steps++ < 128) {
+        switch (in.Byte() % 14) {
+            case 0:
+                plenar_fuzz::ToleranceScope::Mutate(in);
+                break;
+            case 1: {
+                const CPoint2f p = in.Point2f(), a = in.Point2f(), b = in.Point2f();
+                Consume(p.DistanceToLine(a, b));
+                Consume(p.IsOnLine(a, b));
+                float t = 0.0f;
+                Consume(p.IsOnLine(a, b, t));
+                Consume(p.ClosestPointOnLineSegment(a, b, t));
+                Consume(t);
+                Consume(p.Equals(a, in.ToleranceF()));
+                Consume(CPoint2f::EvalPointOnLine(a, b, in.Float()));
+                break;
+            }
+            case 2: {
+                const CPoint2f p = in.Point2f(), o = in.Point2f();
+                const CVector2f d = in.Vector2f();
+                Consume(p.ParameterOfCLosestPointOnLine(o, d));
+                Consume(p.ClosestPointOnLine(o, d));
+                Consume(ClosestPointOnLine(p, o, d));
+                Consume(DistanceToLine(p, o, d));
+                Consume(IsOnLine(p, o, d));
+                const CPoint2f o2 = in.Point2f();
+                const CVector2f d2 = in.Vector2f();
+                Consume(AreParallel(d, d2));
+                Consume(AreColinear(o, d, o2, d2));
+                Consume(IntersectLines(o, d, o2, d2));
+                break;
+            }
+            case 3: {
+                CVector2f a = in.Vector2f();
+                const CVector2f b = in.Vector2f();
+                Consume(AngleBetween(a, b));
+                Consume(SignedAngleBetween(a, b));
+                Consume(a.IsZero());
+                Consume(a.Length());
+                Consume(a.SetLength(in.Float()));
+                Consume(a);
+                Consume(Dot(a, b) + Cross(a, b));
+                break;
+            }
+            case 4: {
+                const CRect2f r = ReadRect(in);
+                const CPoint2f p = in.Point2f();
+                Consume(p.IsIn(r));
+                Consume(p.IsIn(r, in.ToleranceF()));
+                Consume(p.DistanceTo(r));
+                Consume(r.Contains(p));
+                Consume(r.Contains(p, in.ToleranceF()));
+                Consume(r.RelativeCoordinates(p));
+                Consume(r.AbsoluteCoordinates(p));
+                Consume(r.GetCorner(in.Int(-2, 5)));
+                const unsigned int mask = static_cast<unsigned int>(in.Byte());
+                Consume(r.GetPointFromMask(mask));
+                Consume(r.Side(mask));
+                Consume(r.GetMaskForCorner(in.Int(-2, 5)));
+                Consume(r.Diagonal());
+                break;
+            }
+            case 5: {
+                CRect2f r = ReadRect(in);
+                const CRect2f s = ReadRect(in);
+                Consume(r == s);
+                Consume(r.Contains(s));
+                Consume(r.Intersects(s));
+                Consume(r.Intersection(s));
+                Consume(r.Union(s));
+                Consume(r.Intersects(in.Point2f(), in.Point2f()));
+                switch (in.Byte() % 6) {
+                    case 0:
+                        r += s;
+                        break;
+                    case 1:
+                        r += in.Point2f();
+                        break;
+                    case 2:
+                        r.ExpandToIntegralValues();
+                        break;
+                    case 3:
+                        r.Expand(in.Float());
+                        break;
+                    case 4:
+                        r *= in.Float();
+                        break;
+                    default:
+                        r += in.Vector2f();
+                        r -= in.Vector2f();
+                        break;
+                }
+                Consume(r);
+                break;
+            }
+            case 6: {
+                const CRect2f r = ReadRect(in);
+                const CPoint2f o = in.Point2f();
+                std::vector<CPoint2f> points = in.List<CPoint2f>(3, [&in] { return in.Point2f(); });
+                r.Intersections(o, in.Vector2f(), &points);
+                Consume(points.size());
+                break;
+            }
+            case 7: {
+                const CSize2f s(in.Float(), in.Float());
+                const CSize2f t(in.Float(), in.Float());
+                Consume(s == t);
+                Consume(s.IsZero());
+                Rangef range(in.Float(), in.Float());
+                const float t0 = in.Float();
+                Consume(range.Evaluate(t0));
+                Consume(range.Left(t0));
+                Consume(range.Right(t0));
+                range += in.Float();
+                Consume(range);
+                break;
+            }
+            case 8: {
+                AffineTransform t = ReadAffine(in);
+                const AffineTransform u = ReadAffine(in);
+                Consume(t * u);
+                Consume(t * in.Point2f());
+                Consume(t * in.Point2d());
+                CVector2d v(in.Double(), in.Double());
+                t.Transform(v);
+                Consume(v);
+                CVector2f vf = in.Vector2f();
+                t.Transform(vf);
+                Consume(vf);
+                Consume(t.IsValid());
+                Consume(t.GetRotationAngle());
+                Consume(t.Invert());
+                float values[6];
+                t.Get(values);
+                Consume(values);
+                break;
+            }
+            case 9:
+            case 10: {
+                std::vector<CPoint2f> poly = in.List<CPoint2f>(64, [&in] { return in.Point2f(); });
+                const CPoint2f p = in.Point2f();
+                Consume(PointInPolygon(p, poly.data(), static_cast<unsigned int>(poly.size())));
+                break;
+            }
+            case 11: {
+                const CPoint2f p = in.Point2f(), a = in.Point2f(), b = in.Point2f(), c = in.Point2f();
+                Consume(PointInsideTriangle(p, a, b, c));
+                break;
+            }
+            default: {
+                const CPoint2d p = in.Point2d();
+                const CPoint2d q(in.Point2f());
+                Consume(p.DistanceTo(q));
+                Consume(p.IsValidObj());
+                Consume(CVector2d(in.Vector2f()).Length());
+                break;
+            }
+        }
+    }
+    return 0;
+}
