@@ -17,6 +17,9 @@ cmake --workflow --preset clang
 # bounded time (about 30 s each).
 FUZZ_SECONDS="${FUZZ_SECONDS:-30}" ./scripts/fuzz.sh
 
+# The API reference and guide must render without a doxygen warning.
+cmake --build --preset release --target docs
+
 # The Debian package must install with apt-get and serve a client (needs root).
 if [ "$(id -u)" = 0 ]; then
   ./scripts/check-deb.sh
