@@ -1,11 +1,13 @@
 // Fuzz target: the single-precision 2D geometry of drawing (points, vectors and
 // line utilities, sizes, rectangles, parameter ranges, affine transforms, the
-// point-in-polygon and point-in-triangle tests) and the double-precision 2D points.
+// point-in-polygon and point-in-triangle tests) and the double-precision 2D points
+// and polygons.
 #include <geometry/affinetransform.h>
 #include <geometry/cubicbezier2f.h>
 #include <geometry/geometryutils.h>
 #include <geometry/point2d.h>
 #include <geometry/point2f.h>
+#include <geometry/polygon2d.h>
 #include <geometry/rangef.h>
 #include <geometry/rect2f.h>
 #include <geometry/size2f.h>
@@ -64,6 +66,36 @@ AffineTransform ReadAffine(FuzzInput& in) {
     }
 }
 
+// A polygon grown through AddPoint, or (now and then) with points written directly,
+// which leaves its bounds behind as the class allows.
+CPolygon2d ReadPolygon(FuzzInput& in) {
+    CPolygon2d poly;
+    const int n = in.Count(32);
+    const bool direct = (in.Byte() & 7) == 0;
+    for (int i = 0; i < n; ++i) {
+        const CPoint2d p = in.Point2d();
+        if (direct) {
+            poly.points.push_back(p);
+        } else {
+            poly.AddPoint(p);
+        }
+    }
+    return poly;
+}
+
+void FuzzPolygon(FuzzInput& in) {
+    CPolygon2d a = ReadPolygon(in);
+    const CPolygon2d b = in.Bool() ? a : ReadPolygon(in);
+    Consume(a.ClassifyPoint(in.Point2d()));
+    Consume(a.Contains(b, in.Bool()));
+    Consume(a.IsCoincidentWith(b));
+    Consume(a.GetSignedArea());
+    a.Reverse();
+    CPolygon2d c;
+    c = a;
+    Consume(c.points.size());
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -71,7 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     plenar_fuzz::ToleranceScope scope;
     int steps = 0;
     while (!in.Empty() && steps++ < 128) {
-        switch (in.Byte() % 14) {
+        switch (in.Byte() % 15) {
             case 0:
                 plenar_fuzz::ToleranceScope::Mutate(in);
                 break;
@@ -219,6 +251,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 Consume(PointInsideTriangle(p, a, b, c));
                 break;
             }
+            case 12:
+                FuzzPolygon(in);
+                break;
             default: {
                 const CPoint2d p = in.Point2d();
                 const CPoint2d q(in.Point2f());

@@ -19,6 +19,7 @@
 #include <geometry/point2f.h>
 #include <geometry/point3d.h>
 #include <geometry/point4d.h>
+#include <geometry/polygon2d.h>
 #include <geometry/quaternion.h>
 #include <geometry/rangef.h>
 #include <geometry/rect2f.h>
@@ -606,6 +607,43 @@ void Drawing2d(Rng& rng) {
 }
 
 // ---------------------------------------------------------------------------
+// Subsystem 4: double-precision 2D polygons
+
+void Polygons(Rng& rng) {
+    for (int i = 0; i < Rounds; ++i) {
+        CPolygon2d a;
+        CPolygon2d b;
+        const int n = rng.Int(0, 8);
+        const int shift = n > 0 ? rng.Int(0, n - 1) : 0;
+        for (int k = 0; k < n; ++k) {
+            const double x = static_cast<double>(rng.Int(-8, 8)) * 0.5;
+            const double y = static_cast<double>(rng.Int(-8, 8)) * 0.5;
+            a.AddPoint(CPoint2d(x, y));
+        }
+        for (int k = 0; k < n; ++k) {
+            const CPoint2d& p = a.points[static_cast<std::size_t>((k + shift) % n)];
+            b.AddPoint(rng.Int(0, 7) == 0 ? CPoint2d(p.x + EqualTol, p.y) : p);
+        }
+        CPoint2d probe = rng.Point2d();
+        if (rng.Bool()) {
+            probe.x = static_cast<double>(rng.Int(-8, 8)) * 0.25;
+            probe.y = static_cast<double>(rng.Int(-8, 8)) * 0.25;
+        }
+        CPolygon2d r = a;
+        r.Reverse();
+        Out("polygon")
+            .I(a.ClassifyPoint(probe))
+            .B(a.Contains(b, true))
+            .B(a.Contains(b, false))
+            .B(a.IsCoincidentWith(b))
+            .D(a.GetSignedArea())
+            .D(r.GetSignedArea())
+            .R(a.bounds.x)
+            .R(a.bounds.y);
+    }
+}
+
+// ---------------------------------------------------------------------------
 // Subsystem 6: clipping
 
 void Clipping(Rng& rng) {
@@ -638,6 +676,8 @@ int main() {
     Primitives(primitives);
     Rng drawing(0x5EED0004ull);
     Drawing2d(drawing);
+    Rng polygons(0x5EED0005ull);
+    Polygons(polygons);
     Rng clipping(0x5EED0006ull);
     Clipping(clipping);
     return 0;
