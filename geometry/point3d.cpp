@@ -1,6 +1,10 @@
 #include <geometry/point3d.h>
 
+#include <geometry/plane.h>
+#include <geometry/ray3d.h>
+
 #include <cmath>
+#include <cstddef>
 #include <ostream>
 
 namespace velmor::geometry {
@@ -62,6 +66,59 @@ bool CPoint3d::ComputeLSF(double& aa, double& ab, double& ac, double& ad, double
     y = sy;
     z = sz;
     return true;
+}
+
+double CPoint3d::DistanceTo(const CRay3d& r) const noexcept { return DistanceTo(r.origin, r.direction); }
+
+double CPoint3d::DistanceSquaredTo(const CRay3d& r) const noexcept { return DistanceSquaredTo(r.origin, r.direction); }
+
+double CPoint3d::DistanceTo(const CPlane& pl) const noexcept { return pl.DistanceTo(*this); }
+
+bool CPoint3d::IsOn(const CRay3d& r) const noexcept { return DistanceTo(r) < EqualTol; }
+
+bool CPoint3d::IsOn(const CPlane& pl) const noexcept { return DistanceTo(pl) < EqualTol; }
+
+CPoint3d CPoint3d::ProjectTo(const CRay3d& r) const noexcept { return r.Project(*this); }
+
+CPoint3d CPoint3d::ProjectTo(const CPlane& pl) const noexcept { return pl.Project(*this); }
+
+namespace {
+
+// Least-squares point of n planes: the nine sums of coefficient products feed
+// ComputeLSF; a solution counts only when every plane passes within EqualTol.
+bool FitPointToPlanes(CPoint3d& point, const CPlane* planes, std::size_t n) {
+    if (n < 3) return false;
+    double aa = 0.0, ab = 0.0, ac = 0.0, ad = 0.0;
+    double bb = 0.0, bc = 0.0, bd = 0.0;
+    double cc = 0.0, cd = 0.0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const CPlane& pl = planes[i];
+        aa += pl.a * pl.a;
+        ab += pl.a * pl.b;
+        ac += pl.a * pl.c;
+        ad += pl.a * pl.d;
+        bb += pl.b * pl.b;
+        bc += pl.b * pl.c;
+        bd += pl.b * pl.d;
+        cc += pl.c * pl.c;
+        cd += pl.c * pl.d;
+    }
+    if (!point.ComputeLSF(aa, ab, ac, ad, bb, bc, bd, cc, cd)) return false;
+    for (std::size_t i = 0; i < n; ++i) {
+        if (planes[i].DistanceTo(point) > EqualTol) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool CPoint3d::LeastSquaresFit(int n, CPlane* planes) noexcept {
+    if (planes == nullptr || n < 3) return false;
+    return FitPointToPlanes(*this, planes, static_cast<std::size_t>(n));
+}
+
+bool CPoint3d::LeastSquaresFit(const std::vector<CPlane>& planes) noexcept {
+    return FitPointToPlanes(*this, planes.data(), planes.size());
 }
 
 namespace {

@@ -103,6 +103,21 @@ public:
     /// On the infinite line through p along u: line distance < EqualTol (strict).
     bool IsOn(const CPoint3d& p, const CUnitVector3d& u) const noexcept { return DistanceTo(p, u) < EqualTol; }
 
+    /// Distance to the ray's carrier line (the ray is taken as an infinite line).
+    double DistanceTo(const CRay3d& r) const noexcept;
+    /// Squared distance to the ray's carrier line, unguarded.
+    double DistanceSquaredTo(const CRay3d& r) const noexcept;
+    /// Unsigned distance to the plane.
+    double DistanceTo(const CPlane& pl) const noexcept;
+    /// On the ray's carrier line: line distance < EqualTol (strict).
+    bool IsOn(const CRay3d& r) const noexcept;
+    /// On the plane: plane distance < EqualTol (strict).
+    bool IsOn(const CPlane& pl) const noexcept;
+    /// The foot of the perpendicular on the ray's carrier line.
+    CPoint3d ProjectTo(const CRay3d& r) const noexcept;
+    /// The foot of the perpendicular on the plane.
+    CPoint3d ProjectTo(const CPlane& pl) const noexcept;
+
     /// a when the squared distance to b is >= that to a (a tie selects a);
     /// otherwise, and whenever a distance is NaN, b.
     CPoint3d SelectClosest(const CPoint3d& a, const CPoint3d& b) const noexcept {
@@ -124,6 +139,13 @@ public:
     /// OpenGL-style projection: same guard; scales x, y by -d / z and sets z = -d.
     bool ProjectGL(double d) noexcept;
 
+    /// Sets this point to the least-squares intersection of n planes. False, point
+    /// unchanged, for fewer than three planes or a singular system. After a solve,
+    /// false when some plane lies farther than EqualTol from the point (which keeps
+    /// the solution); true when all are within EqualTol (inclusive).
+    bool LeastSquaresFit(int n, CPlane* planes) noexcept;
+    /// The same over a list of planes.
+    bool LeastSquaresFit(const std::vector<CPlane>& planes) noexcept;
     /// The solver step of LeastSquaresFit, from the nine sums of plane coefficient
     /// products Saa, Sab, Sac, Sad, Sbb, Sbc, Sbd, Scc, Scd, eliminating x first.
     bool ComputeLSF(double& aa, double& ab, double& ac, double& ad, double& bb, double& bc, double& bd, double& cc,

@@ -1,6 +1,9 @@
 #include <geometry/transformation.h>
 
+#include <geometry/boundingbox.h>
+#include <geometry/plane.h>
 #include <geometry/quaternion.h>
+#include <geometry/ray3d.h>
 
 #include <cmath>
 
@@ -399,6 +402,109 @@ bool CTransformation::ResynchOrthogonal() noexcept {
     isOrthogonal = IsOrthogonal();
     if (isOrthogonal && !isIdentity) FixOrthogonal();
     return isOrthogonal;
+}
+
+// ---------------------------------------------------------------------------
+// Planes, rays and boxes.
+
+namespace {
+
+// The plane (a, b, c, d) carried by the transformation whose inverse is inv: the
+// normal through the transpose of the inverse's 3x3 part, the offset through its
+// translation and scale. Written to out[0..3], not renormalised.
+void TransformPlaneEquation(const CTransformation& inv, double a, double b, double c, double d, double* out) {
+    const double* r = inv.matrix;
+    const double* t = inv.translation;
+    out[0] = a * r[0] + b * r[3] + c * r[6];
+    out[1] = a * r[1] + b * r[4] + c * r[7];
+    out[2] = a * r[2] + b * r[5] + c * r[8];
+    out[3] = a * t[0] + b * t[1] + c * t[2] + d / inv.scale;
+}
+
+}  // namespace
+
+void CTransformation::Transform(CPlane& pl) const noexcept {
+    if (isIdentity) return;
+    // A plane moves with the inverse transpose. A singular transformation, whose
+    // Invert leaves it as it is, transforms planes with itself.
+    CTransformation inv = *this;
+    inv.Invert();
+    double eq[4];
+    TransformPlaneEquation(inv, pl.a, pl.b, pl.c, pl.d, eq);
+    const double len2 = eq[0] * eq[0] + eq[1] * eq[1] + eq[2] * eq[2];
+    if (len2 > DivideByZeroTolSq) {
+        const double s = 1.0 / std::sqrt(len2);
+        eq[0] *= s;
+        eq[1] *= s;
+        eq[2] *= s;
+        eq[3] *= s;
+    }
+    pl.a = eq[0];
+    pl.b = eq[1];
+    pl.c = eq[2];
+    pl.d = eq[3];
+}
+
+void CTransformation::Transform(double* plane) const noexcept {
+    if (isIdentity) return;
+    CTransformation inv = *this;
+    inv.Invert();
+    TransformPlaneEquation(inv, plane[0], plane[1], plane[2], plane[3], plane);
+}
+
+double CTransformation::Transform(CRay3d& r) const noexcept {
+    if (isIdentity) return 1.0;
+    CPoint3d tip(r.origin, 1.0, r.direction);
+    Transform(r.origin);
+    Transform(tip);
+    return r.direction.Set(r.origin, tip);
+}
+
+void CTransformation::Transform(CBoundingBox3d& box) const noexcept {
+    if (isIdentity || box.x.min > box.x.max) return;
+    const double mins[3] = {box.x.min, box.y.min, box.z.min};
+    const double maxs[3] = {box.x.max, box.y.max, box.z.max};
+    double lo[3];
+    double hi[3];
+    for (int i = 0; i < 3; ++i) {
+        lo[i] = hi[i] = translation[i];
+        for (int j = 0; j < 3; ++j) {
+            const double e1 = matrix[3 * i + j] * mins[j];
+            const double e2 = matrix[3 * i + j] * maxs[j];
+            if (e2 > e1) {
+                lo[i] += e1;
+                hi[i] += e2;
+            } else {
+                lo[i] += e2;
+                hi[i] += e1;
+            }
+        }
+    }
+    // Regrown from empty: a negative scale swaps the corners, and the box stays
+    // ordered.
+    CBoundingBox3d result;
+    result.Clear();
+    result.Add(CPoint3d(lo[0] * scale, lo[1] * scale, lo[2] * scale));
+    result.Add(CPoint3d(hi[0] * scale, hi[1] * scale, hi[2] * scale));
+    box = result;
+}
+
+CPlane CTransformation::operator*(const CPlane& pl) const noexcept {
+    CPlane result = pl;
+    Transform(result);
+    return result;
+}
+
+CRay3d CTransformation::operator*(const CRay3d& r) const noexcept {
+    CRay3d result = r;
+    Transform(result);
+    return result;
+}
+
+CBoundingBox3d CTransformation::operator*(const CBoundingBox3d& box) const noexcept {
+    CBoundingBox3d result = box;
+    Transform(result);
+    return result;
 }
 
 }  // namespace velmor::geometry

@@ -30,6 +30,10 @@
 
 namespace velmor::geometry {
 
+class CBoundingBox3d;
+class CPlane;
+class CRay3d;
+
 class PLENAR_API CTransformation {
 public:
     double matrix[9];
@@ -174,6 +178,27 @@ public:
         Transform(r);
         return r;
     }
+
+    /// Carries the plane along: its equation goes through the inverse (a singular
+    /// transformation, which cannot be inverted, uses itself), and the result is
+    /// renormalised unless its normal collapsed. Nothing when flagged identity.
+    void Transform(CPlane& pl) const noexcept;
+    /// The same on the equation plane[0..3] = (a, b, c, d), not renormalised.
+    void Transform(double* plane) const noexcept;
+    /// Transforms the origin and the point one unit along the direction, and
+    /// points the direction from the one to the other. Returns the length that
+    /// unit step takes, the stretch of the direction (1.0 when flagged identity).
+    double Transform(CRay3d& r) const noexcept;
+    /// Replaces the box by the axis-aligned box of its transformed volume. The box
+    /// stays ordered under mirroring and negative scales; an empty box (judged on
+    /// x) stays as it is.
+    void Transform(CBoundingBox3d& box) const noexcept;
+    /// A transformed copy of the plane.
+    CPlane operator*(const CPlane& pl) const noexcept;
+    /// A transformed copy of the ray.
+    CRay3d operator*(const CRay3d& r) const noexcept;
+    /// A transformed copy of the box.
+    CBoundingBox3d operator*(const CBoundingBox3d& box) const noexcept;
 
     // ----- queries ------------------------------------------------------------
 
