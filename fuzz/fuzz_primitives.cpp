@@ -1,10 +1,13 @@
 // Fuzz target: the 3D primitives and proximity utilities: closest points,
 // distances, collinearity and on-segment tests, arc sampling, 2D segment
-// intersection and point-in-polygon on CPoint2d, ranges and 2D/3D bounding boxes.
+// intersection and point-in-polygon on CPoint2d, ranges and 2D/3D bounding boxes,
+// planes and rays.
 #include <geometry/boundingbox.h>
 #include <geometry/mathutil.h>
+#include <geometry/plane.h>
 #include <geometry/point2d.h>
 #include <geometry/point3d.h>
+#include <geometry/ray3d.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -137,6 +140,154 @@ void FuzzBox2d(FuzzInput& in) {
     Consume(a.IsValidObj());
 }
 
+CPlane ReadPlane(FuzzInput& in) {
+    switch (in.Byte() & 3) {
+        case 0: {
+            const double a = in.Double(), b = in.Double(), c = in.Double();
+            return CPlane(a, b, c, in.Double());
+        }
+        case 1: {
+            const CPoint3d p = in.Point3d();
+            return CPlane(p, in.UnitVector3d());
+        }
+        case 2: {
+            const CPoint3d p1 = in.Point3d(), p2 = in.Point3d();
+            return CPlane(p1, p2, in.Point3d());
+        }
+        default: {
+            // Raw coefficients, as a caller may write them.
+            CPlane pl;
+            pl.a = in.Double();
+            pl.b = in.Double();
+            pl.c = in.Double();
+            pl.d = in.Double();
+            return pl;
+        }
+    }
+}
+
+CRay3d ReadRay(FuzzInput& in) {
+    const CPoint3d o = in.Point3d();
+    if (in.Bool()) {
+        CRay3d r;
+        r.Set(o, in.Point3d());
+        return r;
+    }
+    return CRay3d(o, in.UnitVector3d());
+}
+
+void FuzzPlane(FuzzInput& in) {
+    CPlane pl = ReadPlane(in);
+    const CRay3d r = ReadRay(in);
+    const CPoint3d p = in.Point3d();
+    const double tol = in.Tolerance();
+    double t = 0.0;
+    CPoint3d hit;
+    Consume(pl.Project(p));
+    Consume(pl.Project(in.UnitVector3d()));
+    Consume(pl.Project(r));
+    Consume(pl.IntersectWith(r, t, tol));
+    Consume(pl.IntersectWith(r, t));
+    Consume(pl.IntersectWith(r, hit, tol));
+    Consume(pl.IntersectWith(r, hit));
+    Consume(pl.IntersectWith(p, in.UnitVector3d(), hit));
+    CRay3d line;
+    const CPlane other = ReadPlane(in);
+    Consume(pl.IntersectWith(other, line));
+    Consume(line);
+    const CBoundingBox3d box = ReadBox3d(in);
+    Consume(pl.IntersectWith(box));
+    Consume(pl.IsAbove(box));
+    Consume(pl.GetCanonicalNormal());
+    Consume(pl.GetPoint());
+    Consume(pl.MapPoint(p));
+    Consume(pl.Equals(other, in.Bool(), tol));
+    Consume(p.DistanceTo(pl));
+    Consume(p.IsOn(pl));
+    Consume(p.ProjectTo(pl));
+    CPoint3d a = in.Point3d(), b = in.Point3d();
+    Consume(pl.TrimAbove(&a, &b));
+    Consume(a);
+    Consume(b);
+    double eq[4];
+    pl.GetEquation(eq);
+    Consume(eq);
+    switch (in.Byte() % 6) {
+        case 0:
+            pl.SetCanonicalForm();
+            break;
+        case 1:
+            pl.Reverse();
+            break;
+        case 2:
+            pl += in.Vector3d();
+            pl -= in.Vector3d();
+            break;
+        case 3:
+            pl.Offset(in.Double());
+            break;
+        case 4: {
+            std::vector<CPoint3d> pts = in.List<CPoint3d>(64, [&in] { return in.Point3d(); });
+            Consume(pl.Evaluate(pts.data(), static_cast<int>(pts.size())));
+            Consume(pl.LeastSquaresFit(static_cast<int>(pts.size()), pts.data()));
+            break;
+        }
+        default: {
+            double v[14];
+            for (double& x : v) x = in.Double();
+            Consume(CPlane::ComputeLSF(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8], v[9], v[10], v[11], v[12],
+                                       v[13]));
+            break;
+        }
+    }
+    Consume(pl.IsValidObj());
+}
+
+void FuzzPlaneCalculator(FuzzInput& in) {
+    CPlaneCalculator calc;
+    const int n = in.Count(16);
+    for (int i = 0; i < n; ++i) Consume(calc.AddPoint(in.Point3d()));
+    CPlane pl;
+    Consume(calc.GetPlane(pl));
+    Consume(pl);
+    std::vector<CPlane> planes;
+    const int m = in.Count(16);
+    for (int i = 0; i < m; ++i) planes.push_back(ReadPlane(in));
+    CPoint3d p = in.Point3d();
+    Consume(p.LeastSquaresFit(static_cast<int>(planes.size()), planes.data()));
+    Consume(p.LeastSquaresFit(planes));
+    Consume(p);
+}
+
+void FuzzRay(FuzzInput& in) {
+    CRay3d r = ReadRay(in);
+    const CRay3d s = ReadRay(in);
+    const CPoint3d p = in.Point3d();
+    CPoint3d hit, q1, q2;
+    Consume(r.IsOn(s));
+    Consume(r.IsOn(ReadPlane(in)));
+    Consume(r.IntersectWith(s, hit));
+    double t = 0.0;
+    Consume(r.IntersectWith(ReadPlane(in), t, in.Tolerance()));
+    EBoxSide side = NoSide;
+    Consume(r.IntersectWith(ReadBox3d(in), hit, side));
+    Consume(static_cast<int>(side));
+    const CPoint3d a = in.Point3d();
+    Consume(r.IntersectWith(a, in.Point3d(), t));
+    Consume(r.Project(p));
+    Consume(r.FindClosestPoints(s, q1, q2));
+    Consume(r.ParameterOfClosestPoint(p));
+    Consume(p.DistanceTo(r));
+    Consume(p.DistanceSquaredTo(r));
+    Consume(p.IsOn(r));
+    Consume(p.ProjectTo(r));
+    Consume(r.IntersectZ(in.Double(), t));
+    Consume(r.IntersectZ(in.Double(), hit));
+    const CPlane p1 = ReadPlane(in);
+    Consume(r.IntersectPlanes(p1, ReadPlane(in)));
+    Consume(r);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -144,7 +295,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     plenar_fuzz::ToleranceScope scope;
     int steps = 0;
     while (!in.Empty() && steps++ < 128) {
-        switch (in.Byte() % 16) {
+        switch (in.Byte() % 20) {
             case 0:
                 plenar_fuzz::ToleranceScope::Mutate(in);
                 break;
@@ -224,6 +375,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 Consume(box.Intersects(in.Point3d(), in.Point3d()));
                 break;
             }
+            case 16:
+            case 17:
+                FuzzPlane(in);
+                break;
+            case 18:
+                if (in.Bool()) {
+                    FuzzPlaneCalculator(in);
+                } else {
+                    FuzzRay(in);
+                }
+                break;
             default:
                 FuzzBox2d(in);
                 break;

@@ -2,11 +2,14 @@
 // projective quad mapping. Transformations are built from fuzzed parts, composed,
 // inverted, interpolated and applied; the raw fields are sometimes set directly
 // (flags included), as a caller exchanging matrices may.
+#include <geometry/boundingbox.h>
 #include <geometry/matrix3x3.h>
+#include <geometry/plane.h>
 #include <geometry/pmap.h>
 #include <geometry/point3d.h>
 #include <geometry/point4d.h>
 #include <geometry/quaternion.h>
+#include <geometry/ray3d.h>
 #include <geometry/transformation.h>
 
 #include <cstddef>
@@ -102,6 +105,19 @@ void Exercise(const CTransformation& t, FuzzInput& in) {
     double m16[16];
     t.GetMatrix(m16);
     Consume(m16);
+    const double a = in.Double(), b = in.Double(), c = in.Double();
+    CPlane pl(a, b, c, in.Double());
+    t.Transform(pl);
+    Consume(pl);
+    const CPoint3d o = in.Point3d();
+    CRay3d r(o, in.UnitVector3d());
+    Consume(t.Transform(r));
+    r *= t;
+    Consume(r);
+    const CPoint3d lo = in.Point3d();
+    CBoundingBox3d box(lo, in.Point3d());
+    t.Transform(box);
+    Consume(box);
     float f16[16];
     t.GetMatrixf(f16);
     Consume(f16);

@@ -14,6 +14,7 @@
 #include <geometry/lineclipper.h>
 #include <geometry/mathutil.h>
 #include <geometry/matrix3x3.h>
+#include <geometry/plane.h>
 #include <geometry/pmap.h>
 #include <geometry/point2d.h>
 #include <geometry/point2f.h>
@@ -22,6 +23,7 @@
 #include <geometry/polygon2d.h>
 #include <geometry/quaternion.h>
 #include <geometry/rangef.h>
+#include <geometry/ray3d.h>
 #include <geometry/rect2f.h>
 #include <geometry/size2f.h>
 #include <geometry/sphere3d.h>
@@ -209,6 +211,8 @@ public:
     Out& R(const CRange& r) { return D(r.min).D(r.max); }
     Out& Box(const CBoundingBox3d& b) { return R(b.x).R(b.y).R(b.z); }
     Out& Rect(const CRect2f& r) { return F(r.x).F(r.y).F(r.width).F(r.height); }
+    Out& Pl(const CPlane& p) { return D(p.a).D(p.b).D(p.c).D(p.d); }
+    Out& Ray(const CRay3d& r) { return P(r.origin).U(r.direction); }
     Out& T(const CTransformation& t) {
         for (double v : t.matrix) D(v);
         for (double v : t.translation) D(v);
@@ -514,6 +518,102 @@ void Primitives(Rng& rng) {
 }
 
 // ---------------------------------------------------------------------------
+// Subsystem 3: planes and rays, and their transformation
+
+void PlanesAndRays(Rng& rng) {
+    for (int i = 0; i < Rounds; ++i) {
+        const CPoint3d p1 = rng.FinitePoint3d();
+        const CPoint3d p2 = rng.FinitePoint3d();
+        const CPoint3d p3 = rng.Bool() ? rng.FinitePoint3d() : CPoint3d(p1.x, p2.y, p1.z);
+        CPlane pl(p1, p2, p3);
+        const CUnitVector3d n = rng.Unit3d();
+        const CPlane other(rng.Point3d(), n);
+        const CPoint3d q = rng.Point3d();
+        CRay3d ray;
+        ray.Set(q, rng.FinitePoint3d());
+        double t = 0.0;
+        const bool crosses = pl.IntersectWith(ray, t, EqualTol);
+        CRay3d common;
+        const bool meet = pl.IntersectWith(other, common);
+        Out("plane")
+            .Pl(pl)
+            .B(crosses)
+            .D(t)
+            .B(meet)
+            .Ray(common)
+            .P(pl.Project(q))
+            .U(pl.Project(n))
+            .D(q.DistanceTo(pl))
+            .P2(pl.MapPoint(q))
+            .B(pl.Equals(other, rng.Bool(), EqualTol))
+            .U(pl.GetCanonicalNormal())
+            .P(pl.GetPoint());
+        const CBoundingBox3d box = rng.Box3d();
+        CPoint3d a = rng.Point3d();
+        CPoint3d b = rng.FinitePoint3d();
+        const int trimmed = pl.TrimAbove(&a, &b);
+        Out("plane.box").I(pl.IntersectWith(box)).B(pl.IsAbove(box)).I(trimmed).P(a).P(b);
+
+        CPoint3d pts[6];
+        for (CPoint3d& pt : pts) {
+            pt = rng.FinitePoint3d();
+            pt.z = rng.Bool() ? 0.25 * pt.x - 0.5 * pt.y + 3.0 : pt.z;
+        }
+        CPlane fit;
+        const bool planar = fit.LeastSquaresFit(6, pts);
+        CPlane three;
+        const bool evaluated = three.Evaluate(pts, 6);
+        CPlaneCalculator calc;
+        for (const CPoint3d& pt : pts) calc.AddPoint(pt);
+        CPlane calculated;
+        const bool found = calc.GetPlane(calculated);
+        Out("plane.fit").B(planar).Pl(fit).B(evaluated).Pl(three).B(found).Pl(calculated);
+        std::vector<CPlane> planes = {pl, other, fit, three};
+        CPoint3d corner = rng.FinitePoint3d();
+        const bool solved = corner.LeastSquaresFit(planes);
+        Out("plane.corner").B(solved).P(corner);
+
+        const CPoint3d r2Origin = rng.FinitePoint3d();
+        const CRay3d r2(r2Origin, rng.Unit3d());
+        CPoint3d c1, c2, hit;
+        const bool closest = ray.FindClosestPoints(r2, c1, c2);
+        const bool met = ray.IntersectWith(r2, hit);
+        EBoxSide side = NoSide;
+        CPoint3d boxHit;
+        const bool boxMet = ray.IntersectWith(box, boxHit, side);
+        CRay3d fromPlanes;
+        const bool intersected = fromPlanes.IntersectPlanes(pl, other);
+        Out("ray")
+            .B(closest)
+            .P(c1)
+            .P(c2)
+            .B(met)
+            .P(hit)
+            .B(boxMet)
+            .P(boxHit)
+            .I(side)
+            .B(intersected)
+            .Ray(fromPlanes)
+            .D(q.DistanceTo(r2))
+            .P(q.ProjectTo(r2))
+            .B(ray.IsOn(pl));
+
+        const CPoint3d pivot = rng.FinitePoint3d();
+        const CUnitVector3d axis = rng.Unit3d();
+        const CTransformation rotation = CTransformation::Rotate(pivot, axis, rng.Angle());
+        const CPoint3d centre = rng.FinitePoint3d();
+        const CTransformation tr = rotation * CTransformation::Scale(centre, rng.Finite());
+        CPlane moved = pl;
+        tr.Transform(moved);
+        CRay3d movedRay = ray;
+        const double factor = tr.Transform(movedRay);
+        CBoundingBox3d movedBox = box;
+        tr.Transform(movedBox);
+        Out("transform.geom").Pl(moved).D(factor).Ray(movedRay).Box(movedBox);
+    }
+}
+
+// ---------------------------------------------------------------------------
 // Subsystem 4: single-precision 2D drawing geometry
 
 void Drawing2d(Rng& rng) {
@@ -674,6 +774,8 @@ int main() {
     Transforms(transforms);
     Rng primitives(0x5EED0003ull);
     Primitives(primitives);
+    Rng planes(0x5EED0007ull);
+    PlanesAndRays(planes);
     Rng drawing(0x5EED0004ull);
     Drawing2d(drawing);
     Rng polygons(0x5EED0005ull);
