@@ -1,0 +1,153 @@
+// The picking example's walk against brute force, on the same generated scene at
+// 2,000 boxes.
+//
+// The walk tests in each instance's coordinates with a filter moved there by the
+// inverse placement; brute force tests world-space edges with the world filter. The
+// two differ by rounding only, which can tip an edge lying within rounding distance
+// of a pick plane either way. The comparison is therefore made against two
+// brute-force answers with the pick planes moved by 1e-6: every box picked by the
+// volume shrunk by 1e-6 must be picked by the walk, and every box the walk picks
+// must be picked by the volume grown by 1e-6. Boxes between the two are counted and
+// must be rare; for all others the walk and the exact brute force agree.
+#include "picking_scene.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+using namespace plenar_example;
+using velmor::geometry::CGeomFilterVolume;
+
+namespace {
+
+const SceneSize SmallScene{10, 10, 20};
+
+// The volume with every present plane moved by offset along its normal (a positive
+// offset grows the volume).
+CGeomFilterCrossingVolume Moved(const CGeomFilterCrossingVolume& v, double offset) {
+    CGeomFilterCrossingVolume moved(v);
+    for (int i = 0; i < 6; ++i)
+        if (i < 5 || moved.HasPlane5()) moved.planes[i].d -= offset;
+    return moved;
+}
+
+bool Contains(const std::vector<int>& sorted, int id) { return std::binary_search(sorted.begin(), sorted.end(), id); }
+
+// Projects p with the camera, independently of PickVolume: pixel coordinates and the
+// depth along the view direction.
+void Project(const Camera& camera, const CPoint3d& p, double& px, double& py, double& depth) {
+    const CUnitVector3d right(camera.direction * camera.up);
+    const CUnitVector3d up(right * camera.direction);
+    const CVector3d v = p - camera.eye;
+    depth = Dot(v, camera.direction);
+    const double tanY = std::tan(0.5 * camera.fieldOfView);
+    const double tanX = tanY * camera.width / camera.height;
+    px = (Dot(v, right) / (depth * tanX) + 1.0) * 0.5 * camera.width;
+    py = (Dot(v, up) / (depth * tanY) + 1.0) * 0.5 * camera.height;
+}
+
+}  // namespace
+
+TEST(PickingExample, SceneIsDeterministicAndSized) {
+    const Scene a = MakeScene(SmallScene, 7), b = MakeScene(SmallScene, 7);
+    ASSERT_EQ(a.boxes.size(), 2000u);
+    ASSERT_EQ(a.groups.size(), 100u);
+    ASSERT_EQ(a.instances.size(), 10u);
+    for (std::size_t i = 0; i < a.boxes.size(); ++i) {
+        EXPECT_EQ(a.boxes[i].x.min, b.boxes[i].x.min);
+        EXPECT_EQ(a.boxes[i].z.max, b.boxes[i].z.max);
+    }
+    // Every box lies in its group's bounds, every group in its instance's.
+    for (const Instance& in : a.instances) {
+        for (int g = in.firstGroup; g < in.firstGroup + in.groupCount; ++g) {
+            EXPECT_TRUE(in.bounds.Contains(a.groups[g].bounds));
+            for (int k = 0; k < a.groups[g].boxCount; ++k)
+                EXPECT_TRUE(a.groups[g].bounds.Contains(a.boxes[a.groups[g].firstBox + k]));
+        }
+    }
+}
+
+TEST(PickingExample, PickVolumeMatchesTheCameraProjection) {
+    const Scene scene = MakeScene(SmallScene, 7);
+    const Camera camera = LookAtScene(scene);
+    const ScreenRect rect{300, 200, 700, 500};
+    CGeomFilterCrossingVolume volume = PickVolume(camera, rect);
+    EXPECT_TRUE(volume.HasPlane5());
+    Random rng(11);
+    const CBoundingBox3d& w = scene.worldBounds;
+    int inside = 0, outside = 0;
+    for (int k = 0; k < 20000; ++k) {
+        const CPoint3d p(rng.Uniform(w.x.min, w.x.max), rng.Uniform(w.y.min, w.y.max),
+                         rng.Uniform(w.z.min - 10, w.z.max + 10));
+        double px, py, depth;
+        Project(camera, p, px, py, depth);
+        const double margin = 1e-6;
+        if (std::fabs(px - rect.left) < margin || std::fabs(px - rect.right) < margin ||
+            std::fabs(py - rect.bottom) < margin || std::fabs(py - rect.top) < margin)
+            continue;
+        const bool expected = depth >= camera.nearDistance && depth <= camera.farDistance && px > rect.left &&
+                              px < rect.right && py > rect.bottom && py < rect.top;
+        ASSERT_EQ(volume.Test(p), expected) << k;
+        ++(expected ? inside : outside);
+    }
+    EXPECT_GT(inside, 500);
+    EXPECT_GT(outside, 500);
+    // The near plane cuts off the eye; the far plane what lies beyond the far distance.
+    EXPECT_FALSE(volume.Test(camera.eye));
+    const CPoint3d centre = camera.eye + CVector3d(camera.direction) * camera.farDistance * 1.01;
+    EXPECT_FALSE(volume.Test(centre));
+}
+
+TEST(PickingExample, HierarchicalPickAgreesWithBruteForce) {
+    const Scene scene = MakeScene(SmallScene, 7);
+    const Camera camera = LookAtScene(scene);
+    Random rng(5);
+    std::vector<ScreenRect> rects = {{0, 0, 1280, 720}, {520, 260, 800, 430}, {639, 359, 641, 361}};
+    for (int k = 0; k < 20; ++k) {
+        const double x = rng.Uniform(0, 1200), y = rng.Uniform(0, 650);
+        rects.push_back({x, y, x + rng.Uniform(1, 500), y + rng.Uniform(1, 300)});
+    }
+    int ambiguous = 0;
+    PickStats total;
+    std::size_t pickedTotal = 0;
+    for (const ScreenRect& rect : rects) {
+        CGeomFilterCrossingVolume volume = PickVolume(camera, rect);
+        CGeomFilterCrossingVolume shrunk = Moved(volume, -1e-6), grown = Moved(volume, 1e-6);
+        const PickResult walk = PickHierarchical(scene, volume);
+        const std::vector<int> exact = PickBruteForce(scene, volume);
+        const std::vector<int> surely = PickBruteForce(scene, shrunk);
+        const std::vector<int> maybe = PickBruteForce(scene, grown);
+
+        EXPECT_TRUE(std::adjacent_find(walk.picked.begin(), walk.picked.end()) == walk.picked.end());
+        // surely <= walk <= maybe, and the exact brute force lies between them too, so
+        // the walk and the exact answer can differ only on boxes in maybe - surely.
+        for (int id : surely) EXPECT_TRUE(Contains(walk.picked, id) && Contains(exact, id)) << id;
+        for (int id : walk.picked) EXPECT_TRUE(Contains(maybe, id)) << id;
+        for (int id : exact) EXPECT_TRUE(Contains(maybe, id)) << id;
+        for (int id : maybe) ambiguous += Contains(surely, id) ? 0 : 1;
+
+        const PickStats& s = walk.stats;
+        total.instancesAccepted += s.instancesAccepted;
+        total.instancesRejected += s.instancesRejected;
+        total.groupsAccepted += s.groupsAccepted;
+        total.groupsRejected += s.groupsRejected;
+        total.boxesAccepted += s.boxesAccepted;
+        total.boxesRejected += s.boxesRejected;
+        total.edgesTested += s.edgesTested;
+        pickedTotal += walk.picked.size();
+    }
+    EXPECT_LE(ambiguous, 3);
+    // The whole screen takes everything in front of the camera.
+    EXPECT_GT(pickedTotal, 2000u);
+    // Every level of the hierarchy did some of the work, and far fewer edges were
+    // tested than brute force tests.
+    EXPECT_GT(total.instancesAccepted, 0);
+    EXPECT_GT(total.instancesRejected, 0);
+    EXPECT_GT(total.groupsAccepted, 0);
+    EXPECT_GT(total.groupsRejected, 0);
+    EXPECT_GT(total.boxesAccepted, 0);
+    EXPECT_GT(total.boxesRejected, 0);
+    EXPECT_LT(total.edgesTested, static_cast<long>(rects.size() * 12 * scene.boxes.size() / 4));
+}
