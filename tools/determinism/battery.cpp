@@ -11,6 +11,7 @@
 #include <geometry/boundingbox.h>
 #include <geometry/cubicbezier2f.h>
 #include <geometry/geometryutils.h>
+#include <geometry/geomfilter.h>
 #include <geometry/lineclipper.h>
 #include <geometry/mathutil.h>
 #include <geometry/matrix3x3.h>
@@ -29,6 +30,7 @@
 #include <geometry/sphere3d.h>
 #include <geometry/tol.h>
 #include <geometry/transformation.h>
+#include <geometry/triangleclipper.h>
 #include <geometry/unitvector3d.h>
 #include <geometry/vector3d.h>
 
@@ -36,6 +38,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <limits>
+#include <memory>
 #include <vector>
 
 using namespace velmor::geometry;
@@ -744,7 +747,76 @@ void Polygons(Rng& rng) {
 }
 
 // ---------------------------------------------------------------------------
+// Subsystem 5: selection filters
+
+void Filters(Rng& rng) {
+    for (int i = 0; i < Rounds; ++i) {
+        // A box-shaped pick volume around a random centre, slightly turned.
+        const CPoint3d c = rng.FinitePoint3d();
+        const double h = 1.0 + rng.Unit() * 10.0;
+        const CPlane planes[6] = {CPlane(1, 0, 0, -(c.x + h)), CPlane(-1, 0, 0, c.x - h),   CPlane(0, 1, 0, -(c.y + h)),
+                                  CPlane(0, -1, 0, c.y - h),   CPlane(0, 0, 1, -(c.z + h)), CPlane(0, 0, -1, c.z - h)};
+        CGeomFilterCrossingVolume crossing(planes[0], planes[1], planes[2], planes[3], planes[4], planes[5]);
+        CGeomFilterInsideVolume inside(planes[0], planes[1], planes[2], planes[3], planes[4], planes[5]);
+        const CPoint3d pivot = rng.FinitePoint3d();
+        const CUnitVector3d axis = rng.Unit3d();
+        const CTransformation turn = CTransformation::Rotate(pivot, axis, rng.Unit() * 0.2);
+        std::unique_ptr<IGeomFilter> turned(crossing.Clone());
+        turned->Transform(turn);
+        const CPoint3d cutPoint = rng.FinitePoint3d();
+        const CPlane cut(cutPoint, rng.Unit3d());
+        CGeomFilterCombined combined(new CGeomFilterAbovePlane(cut), turned->Clone());
+        combined.Add(new CGeomFilterPlane(cut));
+
+        // Probes around the volume, so that all the answers occur.
+        const auto near = [&rng, &c, h]() {
+            const double x = c.x + (rng.Unit() - 0.5) * 3.0 * h;
+            const double y = c.y + (rng.Unit() - 0.5) * 3.0 * h;
+            const double z = c.z + (rng.Unit() - 0.5) * 3.0 * h;
+            return CPoint3d(x, y, z);
+        };
+        const CPoint3d a = rng.Int(0, 9) == 0 ? rng.Point3d() : near();
+        const CPoint3d b = near();
+        CBoundingBox3d box;
+        box += near();
+        box += near();
+        Out o("filter");
+        for (IGeomFilter* f : {static_cast<IGeomFilter*>(&crossing), static_cast<IGeomFilter*>(&inside), turned.get(),
+                               static_cast<IGeomFilter*>(&combined)}) {
+            bool fully = false;
+            const bool boxHit = f->Test(box, fully);
+            o.B(f->Test(a)).B(f->Test(a, b)).B(f->Test(box)).B(boxHit).B(fully);
+        }
+        const CPlane* face = turned->GetFrustumPlane(rng.Int(0, 5));
+        o.Pl(face != nullptr ? *face : CPlane());
+    }
+}
+
+// ---------------------------------------------------------------------------
 // Subsystem 6: clipping
+
+void TriangleClipping(Rng& rng) {
+    for (int i = 0; i < Rounds; ++i) {
+        std::vector<CPoint3d> pool;
+        for (int k = 0; k < 6; ++k) pool.push_back(rng.Bool() ? rng.FinitePoint3d() : rng.Point3d());
+        std::vector<ClipPlane> planes;
+        const int n = rng.Int(0, 6);
+        for (int k = 0; k < n; ++k) {
+            const bool keepGreater = rng.Bool();
+            const double value = rng.Finite();
+            planes.emplace_back(keepGreater, value, rng.Int(0, 2));
+        }
+        TriangleClipper clipper(&pool, planes);
+        std::vector<TriangleClipper::IndexedTriangle> result;
+        clipper.ClipToExtents({{0, 1, 2}}, &result);
+        clipper.ClipToExtents({{3, 4, 5}}, &result);
+        Out o("triclip");
+        o.I(static_cast<long long>(result.size())).I(static_cast<long long>(pool.size()));
+        for (const auto& t : result) {
+            for (int index : t.indices) o.I(index).P(pool[static_cast<std::size_t>(index)]);
+        }
+    }
+}
 
 void Clipping(Rng& rng) {
     for (int i = 0; i < Rounds; ++i) {
@@ -780,6 +852,10 @@ int main() {
     Drawing2d(drawing);
     Rng polygons(0x5EED0005ull);
     Polygons(polygons);
+    Rng filters(0x5EED0008ull);
+    Filters(filters);
+    Rng triangles(0x5EED0009ull);
+    TriangleClipping(triangles);
     Rng clipping(0x5EED0006ull);
     Clipping(clipping);
     return 0;
