@@ -1,0 +1,114 @@
+#include <geometry/intersection2f.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "support/tolerance_guard.h"
+
+using namespace velmor::geometry;
+using plenar_test::ToleranceGuard;
+
+TEST(IntersectLineSegments, CrossingTouchingAndParallel) {
+    IntersectionPoint2f ip;
+    EXPECT_TRUE(IntersectLineSegments(CPoint2f(0, 0), CPoint2f(4, 4), CPoint2f(0, 4), CPoint2f(4, 0), ip));
+    EXPECT_EQ(ip.point, CPoint2f(2, 2));
+    EXPECT_EQ(ip.t1, 0.5f);
+    EXPECT_EQ(ip.t2, 0.5f);
+
+    // Asymmetric parameters: t2 runs from b0 (parameter 0) to b1.
+    EXPECT_TRUE(IntersectLineSegments(CPoint2f(0, 0), CPoint2f(4, 0), CPoint2f(1, -3), CPoint2f(1, 1), ip));
+    EXPECT_EQ(ip.point, CPoint2f(1, 0));
+    EXPECT_EQ(ip.t1, 0.25f);
+    EXPECT_EQ(ip.t2, 0.75f);
+
+    // Touching at end points counts (both tests inclusive).
+    EXPECT_TRUE(IntersectLineSegments(CPoint2f(0, 0), CPoint2f(2, 0), CPoint2f(2, 0), CPoint2f(2, 5), ip));
+    EXPECT_EQ(ip.t1, 1.0f);
+    EXPECT_EQ(ip.t2, 0.0f);
+    EXPECT_TRUE(IntersectLineSegments(CPoint2f(0, 0), CPoint2f(2, 0), CPoint2f(0, 3), CPoint2f(0, 0), ip));
+    EXPECT_EQ(ip.t1, 0.0f);
+    EXPECT_EQ(ip.t2, 1.0f);
+
+    // Just short of the other segment: false, but the would-be hit is reported.
+    EXPECT_FALSE(IntersectLineSegments(CPoint2f(0, 0), CPoint2f(1, 1), CPoint2f(0, 4), CPoint2f(4, 0), ip));
+    EXPECT_EQ(ip.point, CPoint2f(2, 2));
+    EXPECT_EQ(ip.t1, 2.0f);
+    EXPECT_EQ(ip.t2, 0.5f);
+    EXPECT_FALSE(IntersectLineSegments(CPoint2f(0, 0), CPoint2f(2, 0), CPoint2f(1, std::nextafter(0.0f, 1.0f)),
+                                       CPoint2f(1, 5), ip));
+
+    // Parallel, collinear overlapping and degenerate: false, ip untouched.
+    const IntersectionPoint2f marker(CPoint2f(-9, -9), -9, -9);
+    for (const auto& seg :
+         {std::make_pair(CPoint2f(0, 1), CPoint2f(4, 1)), std::make_pair(CPoint2f(1, 0), CPoint2f(6, 0)),
+          std::make_pair(CPoint2f(2, 2), CPoint2f(2, 2))}) {
+        ip = marker;
+        EXPECT_FALSE(IntersectLineSegments(CPoint2f(0, 0), CPoint2f(4, 0), seg.first, seg.second, ip));
+        EXPECT_EQ(ip.point, marker.point);
+        EXPECT_EQ(ip.t1, -9.0f);
+    }
+}
+
+TEST(IntersectionPoint2f, EqualityToleranceOnParametersAndPoint) {
+    const CPoint2f p(1, 1);
+    const IntersectionPoint2f a(p, 0.0f, 0.5f);
+    // Parameters: 0.001 inclusive, compared in double, so 0.001f (just above) differs.
+    EXPECT_TRUE(a == IntersectionPoint2f(p, std::nextafter(0.001f, 0.0f), 0.5f));
+    EXPECT_FALSE(a == IntersectionPoint2f(p, 0.001f, 0.5f));
+    EXPECT_TRUE(a == IntersectionPoint2f(p, 0.0f, 0.5f + 0.0009765625f));
+    EXPECT_TRUE(a != IntersectionPoint2f(p, 0.0f, 0.5f + 0.001953125f));
+    // Points: each coordinate within EqualTol, and the distance strictly below it.
+    const float d = 0.0009765625f;  // 2^-10, just below 0.001
+    EXPECT_TRUE(a == IntersectionPoint2f(CPoint2f(1 + d, 1), 0.0f, 0.5f));
+    EXPECT_FALSE(a == IntersectionPoint2f(CPoint2f(1 + d, 1 + d), 0.0f, 0.5f));  // sqrt(2)*d apart
+    EXPECT_FALSE(a == IntersectionPoint2f(CPoint2f(1.002f, 1), 0.0f, 0.5f));
+    {
+        ToleranceGuard tol(0.01);
+        EXPECT_TRUE(a == IntersectionPoint2f(CPoint2f(1.005f, 1.005f), 0.0f, 0.5f));
+    }
+
+    IntersectionPoint2f ip(p, 0.25f, 0.75f);
+    EXPECT_EQ(ip.GetParameter(1), 0.25f);
+    EXPECT_EQ(ip.GetParameter(0), 0.25f);
+    EXPECT_EQ(ip.GetParameter(-3), 0.25f);
+    EXPECT_EQ(ip.GetParameter(2), 0.75f);
+    ip.ScaleParameters(Rangef(2, 4), Rangef(1, 0));
+    EXPECT_EQ(ip.t1, 2.5f);
+    EXPECT_EQ(ip.t2, 0.25f);
+    ip.SwapParameters();
+    EXPECT_EQ(ip.t1, 0.25f);
+    EXPECT_EQ(ip.t2, 2.5f);
+}
+
+TEST(CurveIntersections2f, AddDropsNearDuplicatesAndSortsEitherWay) {
+    CurveIntersections2f set;
+    set.Add(CPoint2f(0, 0), 0.5f, 0.1f);
+    set.Add(CPoint2f(0.0005f, 0), 0.5005f, 0.1f);  // the same hit found again
+    set.Add(CPoint2f(0, 0), 0.9f, 0.3f);           // same point, other parameters: a self-touch
+    set.Add(CPoint2f(3, 3), 0.2f, 0.7f);
+    ASSERT_EQ(set.points.size(), 3u);
+    EXPECT_EQ(set.points[0].t1, 0.5f);  // the first of two equals is kept
+    EXPECT_EQ(set.points[1].t1, 0.9f);
+
+    // Adding a set drops its entries already present and its own duplicates.
+    CurveIntersections2f more;
+    more.points.push_back(IntersectionPoint2f(CPoint2f(3, 3), 0.2f, 0.7f));
+    more.points.push_back(IntersectionPoint2f(CPoint2f(5, 5), 0.05f, 0.5f));
+    more.points.push_back(IntersectionPoint2f(CPoint2f(5, 5), 0.0505f, 0.5f));
+    set.Add(more);
+    ASSERT_EQ(set.points.size(), 4u);
+    set.Add(set);
+    EXPECT_EQ(set.points.size(), 4u);
+
+    set.SortByParameter1();
+    const float byT1[4] = {0.05f, 0.2f, 0.5f, 0.9f};
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(set.points[i].t1, byT1[i]);
+    set.SortByParameter2();
+    const float byT2[4] = {0.1f, 0.3f, 0.5f, 0.7f};
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(set.points[i].t2, byT2[i]);
+    set.SwapParameters();
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(set.points[i].t1, byT2[i]);
+    EXPECT_TRUE(Parameter1Less(set.points[0], set.points[1]));
+    EXPECT_FALSE(Parameter2Less(set.points[0], set.points[0]));
+}
