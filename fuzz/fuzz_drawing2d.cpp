@@ -1,10 +1,13 @@
 // Fuzz target: the single-precision 2D geometry of drawing (points, vectors and
 // line utilities, sizes, rectangles, parameter ranges, affine transforms, the
-// point-in-polygon and point-in-triangle tests) and the double-precision 2D points
-// and polygons.
+// point-in-polygon and point-in-triangle tests, cubic Bezier curves with their
+// flattening and intersections, ellipses) and the double-precision 2D points and
+// polygons.
 #include <geometry/affinetransform.h>
 #include <geometry/cubicbezier2f.h>
+#include <geometry/ellipse2f.h>
 #include <geometry/geometryutils.h>
+#include <geometry/intersection2f.h>
 #include <geometry/point2d.h>
 #include <geometry/point2f.h>
 #include <geometry/polygon2d.h>
@@ -96,6 +99,141 @@ void FuzzPolygon(FuzzInput& in) {
     Consume(c.points.size());
 }
 
+CCubicBezier2f ReadCurve(FuzzInput& in) {
+    switch (in.Byte() % 6) {
+        case 0: {
+            const CPoint2f s = in.Point2f();
+            const CVector2f st = in.Vector2f();
+            const CPoint2f e = in.Point2f();
+            return CCubicBezier2f(s, st, e, in.Vector2f());
+        }
+        case 1: {
+            const CPoint2f a = in.Point2f(), q = in.Point2f();
+            return CCubicBezier2f(a, q, in.Point2f());
+        }
+        case 2: {
+            const CPoint2f a = in.Point2f();
+            return CCubicBezier2f(a, in.Point2f());
+        }
+        case 3: {
+            const CPoint2f a = in.Point2f(), b = in.Point2f(), c = in.Point2f(), d = in.Point2f();
+            return CCubicBezier2f::CreateFromCatmullRomSpline(a, b, c, d, in.Float());
+        }
+        case 4: {
+            const CPoint2f a = in.Point2f(), b = in.Point2f(), c = in.Point2f(), d = in.Point2f();
+            const int na = in.Int(-4, 1 << 30), nb = in.Int(-4, 1 << 30), nc = in.Int(-4, 1 << 30);
+            return CCubicBezier2f::CreateFromIrregularlySampledCatmullRomSpline(a, na, b, nb, c, nc, d, in.Float());
+        }
+        default: {
+            const CPoint2f a = in.Point2f(), b = in.Point2f(), c = in.Point2f();
+            return CCubicBezier2f(a, b, c, in.Point2f());
+        }
+    }
+}
+
+Rangef ReadRangef(FuzzInput& in) {
+    if (in.Bool()) return Rangef(0.0f, 1.0f);
+    const float a = in.Float();
+    return Rangef(a, in.Float());
+}
+
+void FuzzCurve(FuzzInput& in) {
+    CCubicBezier2f c = ReadCurve(in);
+    const float t = in.Float();
+    Consume(c.EvaluatePoint(t));
+    CPoint2f point;
+    CVector2f tangent;
+    Consume(c.Evaluate(t, point, tangent));
+    CCubicBezier2f left, right;
+    c.Split(in.Float(), left, right);
+    Consume(left);
+    Consume(right);
+    Consume(c.ControlPointBounds());
+    CRect2f rect = ReadRect(in);
+    Consume(c.MightIntersectBounds(in.Bool() ? &rect : nullptr));
+    Consume(c.Bounds());
+    const float tol = in.ToleranceF();
+    Consume(c.IsLine(tol));
+    const CPoint2f p = in.Point2f();
+    Consume(c.PointInConvexHullOfControlPoints(p, tol));
+    float u = in.Float();
+    Consume(c.ParameterOfPointOnCurve(p, tol, u));
+    Consume(c.RefineClosestPointOnCurve(p, u));
+    Consume(u);
+    Consume(c.PointIsOnCurve(p, tol));
+    Consume(c.Intersects(rect));
+    Consume(c.IsInside(rect));
+    Consume(c.GetPoint(static_cast<unsigned int>(in.Byte())));
+    c.SetPoint(static_cast<unsigned int>(in.Byte()), in.Point2f());
+    c.Reverse();
+    std::vector<CPoint2f> polyline = in.List<CPoint2f>(2, [&in] { return in.Point2f(); });
+    c.ApproximateWithPolyline(polyline, in.ToleranceF());
+    Consume(polyline.size());
+}
+
+void FuzzCurveIntersections(FuzzInput& in) {
+    const CCubicBezier2f c = ReadCurve(in);
+    const CCubicBezier2f d = in.Bool() ? c : ReadCurve(in);
+    const Rangef r1 = ReadRangef(in);
+    const Rangef r2 = ReadRangef(in);
+    CurveIntersections2f out;
+    if (in.Bool()) {
+        const CPoint2f a = in.Point2f();
+        Consume(c.IntersectWithLine(a, in.Point2f(), r1, r2, out));
+    } else {
+        Consume(c.IntersectWithBezier(d, r1, r2, out));
+    }
+    CurveIntersections2f more;
+    more.Add(in.Point2f(), in.Float(), in.Float());
+    more.Add(out);
+    more.SwapParameters();
+    more.SortByParameter1();
+    Consume(more.points.size());
+    for (const IntersectionPoint2f& ip : more.points) Consume(ip == more.points.front());
+}
+
+void FuzzArcAndEllipse(FuzzInput& in) {
+    std::vector<CPoint2f> arc;
+    const CPoint2f centre = in.Point2f();
+    const float radius = in.Float();
+    const float start = in.Float();
+    CCubicBezier2f::ApproximateArc(centre, radius, start, in.Float(), arc);
+    Consume(arc.size());
+
+    CEllipse2f e;
+    switch (in.Byte() % 3) {
+        case 0: {
+            const CPoint2f c = in.Point2f();
+            const float rx = in.Float(), ry = in.Float();
+            e = CEllipse2f(c, rx, ry, in.Float());
+            break;
+        }
+        case 1: {
+            const CRect2f r = ReadRect(in);
+            e = CEllipse2f(r, in.Float());
+            break;
+        }
+        default: {
+            const CRect2f r = ReadRect(in);
+            e = CEllipse2f(r, ReadAffine(in));
+            break;
+        }
+    }
+    const float t = in.Float();
+    CPoint2f point;
+    CVector2f tangent;
+    e.EvalPointAndTangent(t, point, tangent);
+    e.GetPointAndTangentAtParameter(t, point, tangent);
+    Consume(point);
+    Consume(e.GetPointAtParameter(t));
+    Consume(e.GetTangentAtParameter(t));
+    Consume(e.ParameterOfClosestPoint(in.Point2f()));
+    const unsigned int n = static_cast<unsigned int>(in.Count(64));
+    std::vector<CPoint2f> outline(n);
+    e.GetPoints(n, outline.data());
+    Consume(outline.empty() ? CPoint2f() : outline.back());
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -103,7 +241,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     plenar_fuzz::ToleranceScope scope;
     int steps = 0;
     while (!in.Empty() && steps++ < 128) {
-        switch (in.Byte() % 15) {
+        switch (in.Byte() % 19) {
             case 0:
                 plenar_fuzz::ToleranceScope::Mutate(in);
                 break;
@@ -253,6 +391,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             }
             case 12:
                 FuzzPolygon(in);
+                break;
+            case 13:
+            case 14:
+                FuzzCurve(in);
+                break;
+            case 15:
+            case 16:
+                FuzzCurveIntersections(in);
+                break;
+            case 17:
+                FuzzArcAndEllipse(in);
                 break;
             default: {
                 const CPoint2d p = in.Point2d();
