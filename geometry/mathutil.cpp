@@ -41,16 +41,6 @@ namespace {
 // lengths of the segments involved.
 constexpr double ParallelThreshold = 1e-10;
 
-// The library's 2D point equality: |dx| < EqualTol, |dy| < EqualTol and
-// dx*dx + dy*dy < EqualTolSq, all strict, tested in that order.
-bool Equal2d(const CPoint2d& p, const CPoint2d& q) {
-    const double dx = p.x - q.x;
-    if (!(std::fabs(dx) < EqualTol)) return false;
-    const double dy = p.y - q.y;
-    if (!(std::fabs(dy) < EqualTol)) return false;
-    return dx * dx + dy * dy < EqualTolSq;
-}
-
 CPoint2d Midpoint(const CPoint2d& a, const CPoint2d& b) { return {(a.x + b.x) * 0.5, (a.y + b.y) * 0.5}; }
 
 // Whether p lies on the non-degenerate segment s1-s2: its projection parameter is
@@ -59,7 +49,7 @@ bool OnSegment2d(const CPoint2d& s1, const CPoint2d& s2, const CPoint2d& p) {
     const CVector2d d = s2 - s1;
     const double s = Dot(p - s1, d) / d.LengthSquared();
     const CPoint2d q = s1 + d * s;
-    return Equal2d(p, q) && s >= 0.0 && s <= 1.0;
+    return p.Equals(q) && s >= 0.0 && s <= 1.0;
 }
 
 }  // namespace
@@ -200,7 +190,7 @@ bool IsOnLine(const CPoint2d& a, const CPoint2d& b, const CPoint2d& p, double* t
     if (t != nullptr) *t = s;
     const double r = 1.0 - s;
     const CPoint2d q(a.x * r + b.x * s, a.y * r + b.y * s);
-    return Equal2d(p, q);
+    return p.Equals(q);
 }
 
 void GetPointsOnArc(const CPoint3d& center, const CUnitVector3d& xAxis, const CUnitVector3d& yAxis, double radius,
@@ -228,12 +218,12 @@ bool IntersectSegments(CPoint2d& a1, CPoint2d& a2, CPoint2d& b1, CPoint2d& b2, C
 
     if (aPoint) {
         hit = Midpoint(a1, a2);
-        if (bPoint) return Equal2d(hit, Midpoint(b1, b2));
-        return Equal2d(hit, b1) || Equal2d(hit, b2) || OnSegment2d(b1, b2, hit);
+        if (bPoint) return hit.Equals(Midpoint(b1, b2));
+        return hit.Equals(b1) || hit.Equals(b2) || OnSegment2d(b1, b2, hit);
     }
     if (bPoint) {
         hit = Midpoint(b1, b2);
-        return Equal2d(hit, a1) || Equal2d(hit, a2) || OnSegment2d(a1, a2, hit);
+        return hit.Equals(a1) || hit.Equals(a2) || OnSegment2d(a1, a2, hit);
     }
 
     const double cross = Cross(A, B);
@@ -242,24 +232,24 @@ bool IntersectSegments(CPoint2d& a1, CPoint2d& a2, CPoint2d& b1, CPoint2d& b2, C
         const double s = Cross(w, B) / cross;
         hit = a1 + A * s;
         // Beyond a's ends only a hit within tolerance of an end still counts.
-        if ((s < 0.0 || s > 1.0) && !Equal2d(hit, a1) && !Equal2d(hit, a2)) return false;
+        if ((s < 0.0 || s > 1.0) && !hit.Equals(a1) && !hit.Equals(a2)) return false;
         const double t = Cross(w, A) / cross;
         if (t >= 0.0 && t <= 1.0) return true;
-        return Equal2d(hit, b1) || Equal2d(hit, b2);
+        return hit.Equals(b1) || hit.Equals(b2);
     }
 
     // Parallel: only b's endpoints are tested against a. Callers rely on the
     // asymmetry (a strictly inside a collinear b is no intersection).
     hit = b1;
-    if (Equal2d(b1, a1) || Equal2d(b1, a2) || OnSegment2d(a1, a2, b1)) return true;
+    if (b1.Equals(a1) || b1.Equals(a2) || OnSegment2d(a1, a2, b1)) return true;
     hit = b2;
-    return Equal2d(b2, a1) || Equal2d(b2, a2) || OnSegment2d(a1, a2, b2);
+    return b2.Equals(a1) || b2.Equals(a2) || OnSegment2d(a1, a2, b2);
 }
 
 int PointInPolygon(const CPoint2d& p, CPoint2d* poly, int n) {
     // Checked before any vertex is read; for valid input the order is immaterial.
     if (n < 1) return 8;
-    if (Equal2d(p, poly[n - 1])) return 4;
+    if (p.Equals(poly[n - 1])) return 4;
 
     // Which side of p's horizontal a vertex lies on: 0 within EqualTol, +1 above,
     // -1 below.
@@ -273,14 +263,14 @@ int PointInPolygon(const CPoint2d& p, CPoint2d* poly, int n) {
     int count = 0;
     for (int i = 0; i < n; ++i) {
         const CPoint2d cur = poly[i];
-        if (Equal2d(cur, p)) return 4;
+        if (cur.Equals(p)) return 4;
         const int sCur = side(cur);
         if (sCur != sPrev) {
             const CVector2d e = cur - prev;
             const double e2 = e.LengthSquared();
             if (e2 >= EqualTolSq) {
                 const double t = Dot(p - prev, e) / e2;
-                if (t > 0.0 && t < 1.0 && Equal2d(p, prev + e * t)) return 2;
+                if (t > 0.0 && t < 1.0 && p.Equals(prev + e * t)) return 2;
             }
             const int sum = sPrev + sCur;
             if (sum == -1) {

@@ -1,5 +1,6 @@
 #include <geometry/plane.h>
 
+#include <geometry/circle3d.h>
 #include <geometry/point2d.h>
 #include <geometry/ray3d.h>
 
@@ -78,6 +79,19 @@ bool CPlane::IntersectWith(const CPlane& other, CRay3d& line) const noexcept {
     line.origin = onBoth;
     line.direction = dir;
     return true;
+}
+
+int CPlane::IntersectWith(const CCircle3d& circle, CPoint3d& p1, CPoint3d& p2) const noexcept {
+    CRay3d line;
+    if (!IntersectWith(circle.plane, line)) return 0;
+    return line.IntersectWith(circle, p1, p2);
+}
+
+int CPlane::IntersectWith(const CCircle3d& circle, double& angle1, double& angle2, CPoint3d* p1,
+                          CPoint3d* p2) const noexcept {
+    CRay3d line;
+    if (!IntersectWith(circle.plane, line)) return 0;
+    return line.IntersectWith(circle, angle1, angle2, p1, p2);
 }
 
 bool CPlane::IsAbove(const CBoundingBox3d& box) const noexcept {

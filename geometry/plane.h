@@ -30,6 +30,7 @@ namespace velmor::geometry {
 
 class CRay3d;
 class CPoint2d;
+class CCircle3d;
 
 class PLENAR_API CPlane {
 public:
@@ -104,6 +105,14 @@ public:
     /// The line common to two planes, directed along this normal x other normal.
     /// False (line untouched) for parallel planes.
     bool IntersectWith(const CPlane& other, CRay3d& line) const noexcept;
+
+    /// Where this plane cuts the circle: the line common to this plane and the
+    /// circle's plane intersected with the circle (CRay3d::IntersectWith), 0, 1 or
+    /// 2 points. 0 when the planes are parallel.
+    int IntersectWith(const CCircle3d& circle, CPoint3d& p1, CPoint3d& p2) const noexcept;
+    /// The same with the crossings' angles on the circle, as CRay3d gives them.
+    int IntersectWith(const CCircle3d& circle, double& angle1, double& angle2, CPoint3d* p1,
+                      CPoint3d* p2) const noexcept;
 
     /// Classifies a box without tolerance: 1 when it lies wholly above (its lowest
     /// corner in the normal's sense is strictly above), 2 when wholly below (its

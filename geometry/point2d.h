@@ -8,6 +8,7 @@
 #define PLENAR_GEOMETRY_POINT2D_H
 
 #include <geometry/export.h>
+#include <geometry/tol.h>
 
 #include <cmath>
 
@@ -68,6 +69,18 @@ public:
 
     constexpr double DistanceSquaredTo(const CPoint2d& p) const noexcept { return (*this - p).LengthSquared(); }
     double DistanceTo(const CPoint2d& p) const noexcept { return std::sqrt(DistanceSquaredTo(p)); }
+
+    /// The library's tolerant 2D position equality: |dx| < EqualTol, |dy| < EqualTol
+    /// and dx*dx + dy*dy < EqualTolSq, all strict, tested in that order. The squared
+    /// test uses the load-time EqualTolSq (it does not follow later changes of
+    /// EqualTol). Exact comparison is operator==.
+    bool Equals(const CPoint2d& p) const noexcept {
+        const double dx = x - p.x;
+        if (!(std::fabs(dx) < EqualTol)) return false;
+        const double dy = y - p.y;
+        if (!(std::fabs(dy) < EqualTol)) return false;
+        return dx * dx + dy * dy < EqualTolSq;
+    }
 
     /// True when neither coordinate is NaN or infinite.
     bool IsValidObj() const noexcept { return std::isfinite(x) && std::isfinite(y); }

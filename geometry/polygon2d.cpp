@@ -10,16 +10,6 @@ namespace velmor::geometry {
 
 namespace {
 
-// The library's 2D point equality: |dx| < EqualTol, |dy| < EqualTol and
-// dx*dx + dy*dy < EqualTolSq, all strict, tested in that order.
-bool Equal2d(const CPoint2d& p, const CPoint2d& q) {
-    const double dx = p.x - q.x;
-    if (!(std::fabs(dx) < EqualTol)) return false;
-    const double dy = p.y - q.y;
-    if (!(std::fabs(dy) < EqualTol)) return false;
-    return dx * dx + dy * dy < EqualTolSq;
-}
-
 // The vertex count as the signed int every algorithm here works with.
 int Count(const std::vector<CPoint2d>& points) { return static_cast<int>(points.size()); }
 
@@ -82,13 +72,13 @@ bool CPolygon2d::IsCoincidentWith(const CPolygon2d& other) const {
     // Only the first vertex of other that matches our first vertex is tried as the
     // start: a polygon that revisits a point can miss a later, valid alignment.
     int j = 0;
-    while (j < count && !Equal2d(other.points[j], points[0])) ++j;
+    while (j < count && !other.points[j].Equals(points[0])) ++j;
     if (j == count) return false;
     if (count == 1) return true;
 
     for (int i = 1; i < count; ++i) {
         j = (j + 1) % count;
-        if (!Equal2d(points[i], other.points[j])) return false;
+        if (!points[i].Equals(other.points[j])) return false;
     }
     return true;
 }

@@ -1,9 +1,11 @@
 #include <geometry/ray3d.h>
 
+#include <geometry/circle3d.h>
 #include <geometry/mathutil.h>
 #include <geometry/transformation.h>
 
 #include <cmath>
+#include <utility>
 
 namespace velmor::geometry {
 
@@ -45,6 +47,59 @@ bool CRay3d::IntersectWith(const CPoint3d& a, const CPoint3d& b, double& t) cons
     if ((s < 0.0 || s > 1.0) && !q.Equals(a, EqualTol) && !q.Equals(b, EqualTol)) return false;
     t = ParameterOfClosestPoint(q);
     return true;
+}
+
+int CRay3d::IntersectWith(const CCircle3d& circle, CPoint3d& p1, CPoint3d& p2) const noexcept {
+    const CPoint3d& c = circle.center;
+    const double r2 = circle.radius * circle.radius;
+    if (!IsOn(circle.plane)) {
+        // Across the plane: the one crossing must lie on the circle.
+        if (!circle.plane.IntersectWith(*this, p1)) return 0;
+        return std::fabs(p1.DistanceSquaredTo(c) - r2) < EqualTolSq ? 1 : 0;
+    }
+
+    // In the plane: compare the centre's squared distance from the line with r^2.
+    const CPoint3d foot(origin, ParameterOfClosestPoint(c), direction);
+    p1 = foot;
+    const double e = c.DistanceSquaredTo(foot);
+    if (std::fabs(e - r2) < EqualTolSq) return 1;
+    if (e > r2) return 0;
+
+    // The chord runs along the line. Off the centre its sense is the one the
+    // plane across the line at the foot yields with the circle's plane; should
+    // that intersection fail, this line's direction stands in.
+    CRay3d chord(foot, direction);
+    if (!(e < EqualTolSq)) {
+        const CPlane across(foot, CUnitVector3d(foot, c));
+        across.IntersectWith(circle.plane, chord);
+    }
+    const double h = std::sqrt(r2 - e);
+    p2 = foot + chord.direction * h;
+    p1 = foot - chord.direction * h;
+    return 2;
+}
+
+int CRay3d::IntersectWith(const CCircle3d& circle, double& angle1, double& angle2, CPoint3d* p1,
+                          CPoint3d* p2) const noexcept {
+    CPoint3d local1(0.0, 0.0, 0.0);
+    CPoint3d local2(0.0, 0.0, 0.0);
+    CPoint3d& q1 = p1 != nullptr ? *p1 : local1;
+    CPoint3d& q2 = p2 != nullptr ? *p2 : local2;
+    const int n = IntersectWith(circle, q1, q2);
+    const CVector3d& x = circle.xAxis;
+    const CUnitVector3d normal = circle.plane.Normal();
+    if (n < 1) return n;
+    const CUnitVector3d u1(circle.center, q1);
+    angle1 = std::atan2(Dot(x * u1, normal), Dot(x, u1));
+    if (n < 2) return n;
+    const CUnitVector3d u2(circle.center, q2);
+    angle2 = std::atan2(Dot(x * u2, normal), Dot(x, u2));
+    if (angle1 > angle2) {
+        std::swap(angle1, angle2);
+        // The points follow their angles only when the caller asked for the first.
+        if (p1 != nullptr) std::swap(q1, q2);
+    }
+    return n;
 }
 
 bool CRay3d::FindClosestPoints(const CRay3d& other, CPoint3d& p1, CPoint3d& p2) const noexcept {

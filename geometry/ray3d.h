@@ -1,14 +1,15 @@
 // CRay3d: a point and a unit direction. Parameter t denotes origin + t * direction
 // and is a length. Although it is called a ray, almost every query treats it as the
-// infinite carrier line: parameters may be negative, and the plane, ray and segment
-// intersections accept them. Only the box test gives the origin the meaning of a
-// start (a box behind the origin is missed).
+// infinite carrier line: parameters may be negative, and the plane, ray, segment
+// and circle intersections accept them. Only the box test gives the origin the
+// meaning of a start (a box behind the origin is missed).
 //
 // Tolerances: IsOn uses the point's line and plane membership (strict against
 // EqualTol) with the direction's parallel (inclusive) and perpendicular (strict)
 // tests. Ray/ray and ray/segment coincidences are decided with
 // CPoint3d::Equals(EqualTol). The box test uses no tolerance: box faces belong to
-// the box, and a direction component is ignored only when it is exactly zero.
+// the box, and a direction component is ignored only when it is exactly zero. The
+// circle intersections compare squared lengths with EqualTolSq (strict).
 #ifndef PLENAR_GEOMETRY_RAY3D_H
 #define PLENAR_GEOMETRY_RAY3D_H
 
@@ -25,6 +26,7 @@
 namespace velmor::geometry {
 
 class CTransformation;
+class CCircle3d;
 
 class PLENAR_API CRay3d {
 public:
@@ -130,6 +132,27 @@ public:
     /// meets it when a lies on the line; a segment shorter than EqualTol meets it
     /// when its midpoint does (t is written then even on false).
     bool IntersectWith(const CPoint3d& a, const CPoint3d& b, double& t) const noexcept;
+
+    /// Where the carrier line meets the circle: 0, 1 or 2 points. A line lying in
+    /// the circle's plane (IsOn) is compared with the circle through the squared
+    /// distance e of the centre from the line: |e - r*r| < EqualTolSq (strict) is a
+    /// tangent, p1 the touching point; e > r*r misses; otherwise p1 and p2 are the
+    /// two crossings, p2 = F + h * u and p1 = F - h * u about the foot F of the
+    /// centre, with u along the line (through the centre, this direction;
+    /// otherwise the sense of the chord the plane intersection yields). Any other
+    /// line crosses the plane at one point p1, on the circle when its squared
+    /// distance from the centre is within EqualTolSq of r*r (strict). Squared
+    /// lengths are compared with the squared tolerance throughout, deliberately.
+    /// p1 may be written even when 0 is returned.
+    int IntersectWith(const CCircle3d& circle, CPoint3d& p1, CPoint3d& p2) const noexcept;
+    /// As above, also giving the crossings' angles on the circle, in (-pi, pi]
+    /// about its normal from its xAxis. With two crossings the angles are put in
+    /// increasing order; the points are swapped with them only when p1 is given
+    /// (with p1 null, *p2 keeps the second crossing as found, whichever angle it
+    /// has). Either pointer may be null. An angle without a crossing is left
+    /// untouched.
+    int IntersectWith(const CCircle3d& circle, double& angle1, double& angle2, CPoint3d* p1,
+                      CPoint3d* p2) const noexcept;
 
     /// The foot of the perpendicular from p on the carrier line.
     CPoint3d Project(const CPoint3d& p) const noexcept {

@@ -1,0 +1,163 @@
+#include <geometry/bezier3d.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+using namespace velmor::geometry;
+using P = CPoint3d;
+using Coords = std::vector<double>;
+
+namespace {
+
+struct Recorder : IBezier3dDraw {
+    Coords xyz;
+    void LineTo(const P& p) override {
+        for (double v : {p.x, p.y, p.z}) xyz.push_back(v);
+    }
+};
+
+Coords Flat(std::initializer_list<P> pts) {
+    Recorder r;
+    for (const P& p : pts) r.LineTo(p);
+    return r.xyz;
+}
+
+// With plain = true, halving with no guard at all: what Draw must send whenever
+// that finishes.
+Coords Drawn(const CBezier3d& c, double tol, bool plain = false) {
+    Recorder r;
+    if (!plain) c.Draw(&r, tol);
+    auto halve = [&](const CBezier3d& piece, auto& self) -> void {
+        if (piece.IsStraight(tol)) return r.LineTo(piece.p3);
+        CBezier3d left, right;
+        piece.Split(left, right);
+        self(left, self);
+        self(right, self);
+    };
+    if (plain) halve(c, halve);
+    return r.xyz;
+}
+
+CBezier3d Scaled(const CBezier3d& c, double s) {
+    auto p = [s](const P& q) { return P(q.x * s, q.y * s, q.z * s); };
+    return CBezier3d(p(c.p0), p(c.p1), p(c.p2), p(c.p3));
+}
+
+const CBezier3d kArch(P(0, 0, 0), P(1, 2, 0), P(3, 2, 0), P(4, 0, 0));
+
+}  // namespace
+
+static_assert(!std::is_polymorphic_v<CBezier3d> && std::is_trivially_destructible_v<CBezier3d>);
+static_assert(std::has_virtual_destructor_v<IBezier3dDraw> && std::is_abstract_v<IBezier3dDraw>);
+
+TEST(Bezier3d, EvaluationIsDeCasteljauAndExtrapolates) {
+    const CBezier3d odd(P(0.1, 0.7, -0.3), P(1.3, 0.2, 0.9), P(-0.6, 2.1, 0.4), P(0.3, -1.9, 2.2));
+    EXPECT_EQ(Flat({odd.EvaluatePoint(0), odd.EvaluatePoint(1)}), Flat({odd.p0, odd.p3}));
+    // Bernstein weights 27/64, 27/64, 9/64, 1/64 at t = 0.25; -1, 6, -12, 8 at t = 2.
+    EXPECT_EQ(Flat({kArch.EvaluatePoint(0.25), kArch.EvaluatePoint(0.5), kArch.EvaluatePoint(2)}),
+              Flat({P(0.90625, 1.125, 0), P(2, 1.5, 0), P(2, -12, 0)}));
+    EXPECT_TRUE(kArch.EvaluateDirection(0.5) == CUnitVector3d(1, 0, 0));
+    EXPECT_TRUE(kArch.EvaluateDirection(0) == CUnitVector3d(1, 2, 0));  // along travel
+    EXPECT_TRUE(kArch.EvaluateDirection(1) == CUnitVector3d(1, -2, 0));
+    EXPECT_FALSE(CBezier3d(P(1, 1, 1), P(1, 1, 1), P(2, 0, 0), P(3, 0, 0)).EvaluateDirection(0).IsValid());
+    const CRay3d ray = odd.Evaluate(0.3);
+    EXPECT_EQ(Flat({ray.origin}), Flat({odd.EvaluatePoint(0.3)}));
+    EXPECT_TRUE(ray.direction.Equals(odd.EvaluateDirection(0.3), 0.0));
+    // The end tangent is the direction of arrival: p2 lies back against it.
+    const CBezier3d hermite(P(0, 0, 0), CUnitVector3d(0, 1, 0), P(3, 0, 0), CUnitVector3d(0, -1, 0));
+    EXPECT_EQ(Flat({hermite.p1, hermite.p2}), Flat({P(0, 1, 0), P(3, 1, 0)}));
+}
+
+TEST(Bezier3d, SplitHalvesMeetAtTheMidpointAndTraceTheCurve) {
+    const CBezier3d c(P(0.1, 0.7, -0.3), P(1.3, 0.2, 0.9), P(-0.6, 2.1, 0.4), P(0.3, -1.9, 2.2));
+    CBezier3d l, r, self = c, other;
+    c.Split(l, r);
+    EXPECT_EQ(Flat({l.p0, l.p3, l.p3, r.p3}), Flat({c.p0, r.p0, c.EvaluatePoint(0.5), c.p3}));
+    EXPECT_LT(l.EvaluatePoint(0.6).DistanceTo(c.EvaluatePoint(0.3)), 1e-15);
+    EXPECT_LT(r.EvaluatePoint(0.6).DistanceTo(c.EvaluatePoint(0.8)), 1e-15);
+    self.Split(self, other);  // splitting into itself reads the original points
+    EXPECT_EQ(Flat({self.p1, self.p2, other.p1, other.p2}), Flat({l.p1, l.p2, r.p1, r.p2}));
+}
+
+TEST(Bezier3d, IsStraightUsesTheGivenToleranceStrictly) {
+    struct Case {
+        P p1, p2, p3;
+        bool straight;
+    } const cases[] = {
+        {P(1, 0.5, 0), P(3, 0, 0), P(4, 0, 0), false},      // p1 exactly tol off the chord
+        {P(1, 0.4375, 0), P(3, 0, 0), P(4, 0, 0), true},    // inside, yet far beyond EqualTol
+        {P(1, 0, 0), P(3, 0, -0.5), P(4, 0, 0), false},     // p2 is tested too
+        {P(9, 0, 0), P(-5, 0, 0), P(4, 0, 0), true},        // on the line, out of order
+        {P(5, 5, 5), P(-5, 5, 0), P(0.25, 0.25, 0), true},  // chord shorter than tol
+        {P(5, 5, 5), P(-5, 5, 0), P(0.5, 0, 0), false},     // chord exactly tol
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(CBezier3d(P(0, 0, 0), c.p1, c.p2, c.p3).IsStraight(0.5), c.straight) << c.p1 << c.p2 << c.p3;
+    }
+}
+
+TEST(Bezier3d, DrawSendsEachPieceEndButNeverTheStart) {
+    EXPECT_EQ(Drawn(CBezier3d(P(0, 0, 0), P(9, 0, 0), P(-5, 0, 0), P(4, 0, 0)), 0.001), Flat({P(4, 0, 0)}));
+    // The arch's halves have inner points 0.5 and 0.45 off their chords: straight
+    // within 1, halved once more within 0.4.
+    EXPECT_EQ(Drawn(kArch, 1.0), Flat({P(2, 1.5, 0), P(4, 0, 0)}));
+    EXPECT_EQ(Drawn(kArch, 0.4), Flat({P(0.90625, 1.125, 0), P(2, 1.5, 0), P(3.09375, 1.125, 0), P(4, 0, 0)}));
+    EXPECT_EQ(Drawn(kArch, std::numeric_limits<double>::infinity()), Flat({P(4, 0, 0)}));
+    kArch.Draw(nullptr, 1.0);  // no sink: nothing to do
+}
+
+TEST(Bezier3d, DrawEqualsPlainHalvingFromTinyToHugeCurves) {
+    std::mt19937 rng(11);
+    std::uniform_real_distribution<double> u(-1, 1);
+    for (int i = 0; i < 40; ++i) {
+        const double scale = std::ldexp(1.0, (i % 5 - 2) * 200);  // 2^-400 ... 2^400
+        const double tol = std::pow(10.0, -2 - i % 4);
+        const CBezier3d unit(P(u(rng), u(rng), u(rng)), P(u(rng), u(rng), u(rng)), P(u(rng), u(rng), u(rng)),
+                             P(u(rng), u(rng), u(rng)));
+        const Coords drawn = Drawn(Scaled(unit, scale), tol * scale);
+        ASSERT_EQ(drawn, Drawn(Scaled(unit, scale), tol * scale, true)) << i;
+        // Scaling up by a power of two is exact, so the polyline scales with the
+        // curve. (A chord below 1e-10 has no direction and counts as straight, so
+        // small scales are not similar.)
+        Coords base = Drawn(unit, tol);
+        for (double& v : base) v *= scale;
+        EXPECT_TRUE(scale < 1 || base == drawn) << i;
+    }
+    // A fine tolerance (some twenty levels deep), and curves near the top of the
+    // double range, where the squared tolerance overflows.
+    const CBezier3d huge(P(-1e308, 0, 0), P(0, 1e308, 0), P(1e308, -1e308, 1e308), P(1e308, 1e308, -1e308));
+    for (const auto& [c, tol] :
+         {std::pair(kArch, 1e-10), std::pair(huge, 1e300), std::pair(Scaled(huge, 1e-158), 1e142)}) {
+        EXPECT_EQ(Drawn(c, tol), Drawn(c, tol, true));
+    }
+}
+
+TEST(Bezier3d, DrawEndsOnInputThatHalvingCannotFinish) {
+    const double nan = std::nan(""), inf = std::numeric_limits<double>::infinity();
+    for (double tol : {0.0, -1.0, nan, -inf, 1e-200}) EXPECT_TRUE(Drawn(kArch, tol).empty()) << tol;
+    for (double bad : {nan, inf, -inf}) {
+        for (P CBezier3d::*member : {&CBezier3d::p0, &CBezier3d::p1, &CBezier3d::p2, &CBezier3d::p3}) {
+            CBezier3d c = kArch;
+            (c.*member).z = bad;
+            EXPECT_TRUE(Drawn(c, 0.1).empty()) << bad;
+        }
+    }
+    // Control points a unit in the last place apart, tol below that: the left half
+    // is the curve itself, yet not straight. The depth budget ends it, and every
+    // vertex sent is the end point.
+    const double o = std::ldexp(1.0, 52) + 1, e = o + 1;
+    const CBezier3d stuck(P(o, o, e), P(o, o, e), P(o, e, e), P(e, e, e));
+    CBezier3d l, r;
+    stuck.Split(l, r);
+    ASSERT_EQ(Flat({l.p0, l.p1, l.p2, l.p3}), Flat({stuck.p0, stuck.p1, stuck.p2, stuck.p3}));
+    ASSERT_FALSE(stuck.IsStraight(0.5));
+    const Coords drawn = Drawn(stuck, 0.5);
+    EXPECT_TRUE(drawn.size() > 3 && drawn.size() < 3 * 5000) << drawn.size();
+    EXPECT_EQ(drawn, Coords(drawn.size(), e));
+}

@@ -1,0 +1,162 @@
+#include <geometry/boundingbox.h>
+#include <geometry/line3d.h>
+#include <geometry/plane.h>
+#include <geometry/ray3d.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "support/tolerance_guard.h"
+
+using namespace velmor::geometry;
+
+namespace {
+
+constexpr double kInf = 1e30;
+const CUnitVector3d kX = CUnitVector3d::FromComponents(1, 0, 0);
+const CBoundingBox3d kUnit(CPoint3d(0, 0, 0), CPoint3d(1, 1, 1));
+
+// The line through origin along dir with the given parameters.
+CLine3d Line(const CPoint3d& origin, const CUnitVector3d& dir, double start, double end) {
+    CLine3d l(CRay3d(origin, dir), false, false);
+    l.startParam = start;
+    l.endParam = end;
+    return l;
+}
+
+}  // namespace
+
+TEST(Line3d, ConstructionEndsAndValidity) {
+    CPoint3d p;
+    const CLine3d z;
+    EXPECT_TRUE(!z.GetStartPoint(p) && p.z == -kInf);
+    EXPECT_TRUE(!z.GetEndPoint(p) && p.z == kInf);
+    EXPECT_TRUE(z.IsValidObj());  // the markers are finite
+    EXPECT_NEAR(CLine3d(CPoint3d(1, 1, 1), CPoint3d(4, 5, 1)).endParam, 5.0, 1e-15);
+    EXPECT_TRUE(CLine3d(CPoint3d(2, 2, 2), CPoint3d(2, 2, 2)).IsNull());
+
+    // The ray's finite end is one unit along, whatever the ray.
+    const CRay3d ray(CPoint3d(3, 0, 0), kX);
+    EXPECT_TRUE(CLine3d(ray, false, false).endParam == 1.0 && CLine3d(ray, true, false).startParam == -kInf);
+    EXPECT_TRUE(CLine3d(ray, false, true).startParam == 0.0 && CLine3d(ray, false, true).endParam == kInf);
+    EXPECT_FALSE(Line(CPoint3d(0, 0, 0), kX, 0, HUGE_VAL).IsValidObj());
+}
+
+TEST(Line3d, SettingAnEndBeyondTheOtherReverses) {
+    CLine3d l(CPoint3d(0, 0, 0), CPoint3d(5, 0, 0));
+    l.SetStartPoint(CPoint3d(5, 3, 0));  // exactly at the end: no reversal
+    EXPECT_TRUE(l.direction.x == 1.0 && l.startParam == 5.0);
+    l.SetStartPoint(CPoint3d(7, 1, 0));  // beyond: from the new start to the old end
+    EXPECT_TRUE(l.direction.x == -1.0 && l.startParam == -7.0 && l.endParam == -5.0);
+
+    CLine3d m(CPoint3d(0, 0, 0), CPoint3d(5, 0, 0));
+    m.SetStartPoint(CPoint3d(2, 0, 0));
+    m.SetEndPoint(CPoint3d(-1, 4, 0));  // before the start: from the old start to the new end
+    CPoint3d s, e;
+    m.GetStartPoint(s);
+    m.GetEndPoint(e);
+    EXPECT_TRUE(m.direction.x == -1.0 && s.x == 2.0 && e.x == -1.0);
+
+    // An infinite far end never reverses.
+    CLine3d h(CRay3d(CPoint3d(0, 0, 0), kX), false, true);
+    h.SetStartPoint(CPoint3d(9, 0, 0));
+    EXPECT_TRUE(h.direction.x == 1.0 && h.startParam == 9.0 && h.endParam == kInf);
+}
+
+TEST(Line3d, ReverseKeepsTheMarkersAndSetDirectionRebases) {
+    const CPoint3d o(1, 0, 0);
+    const CUnitVector3d up = CUnitVector3d::FromComponents(0, 1, 0);
+    // Parameters, reversed parameters, then origin x and parameters after SetDirection.
+    const double cases[][7] = {{2, 5, -5, -2, 3, 0, 3},
+                               {-kInf, 5, -kInf, -5, 6, -kInf, 0},  // the complementary half
+                               {5, kInf, -5, kInf, 6, 0, kInf},
+                               {-kInf, kInf, -kInf, kInf, 1, -kInf, kInf}};
+    for (const auto& c : cases) {
+        CLine3d r = Line(o, kX, c[0], c[1]);
+        r.Reverse();
+        EXPECT_TRUE(r.direction.x == -1.0 && r.startParam == c[2] && r.endParam == c[3]) << c[0] << " " << c[1];
+        CLine3d d = Line(o, kX, c[0], c[1]);
+        d.SetDirection(up);
+        EXPECT_TRUE(d.direction.y == 1.0 && d.origin.x == c[4] && d.startParam == c[5] && d.endParam == c[6])
+            << c[0] << " " << c[1];
+    }
+
+    // The half-line's ray starts at its finite end; reversed, the same point
+    // starts the other half.
+    CLine3d half = Line(o, kX, -kInf, 5);
+    CRay3d ray(CPoint3d(7, 7, 7), kX);
+    ASSERT_TRUE(half.GetSemiInfiniteRay(ray));
+    EXPECT_TRUE(ray.origin.x == 6.0 && ray.direction.x == -1.0);
+    half.Reverse();
+    ASSERT_TRUE(half.GetSemiInfiniteRay(ray));
+    EXPECT_TRUE(ray.origin.x == 6.0 && ray.direction.x == 1.0);
+    ASSERT_TRUE(Line(o, kX, 2, kInf).GetSemiInfiniteRay(ray));
+    EXPECT_EQ(ray.origin.x, 3.0);
+    EXPECT_FALSE(Line(o, kX, 2, 5).GetSemiInfiniteRay(ray) || Line(o, kX, -kInf, kInf).GetSemiInfiniteRay(ray));
+    EXPECT_EQ(ray.origin.x, 3.0);  // untouched
+
+    plenar_test::ToleranceGuard guard(1.0 / 1024);
+    EXPECT_TRUE(Line(o, kX, 3, 3 + 1.0 / 2048).IsNull());
+    EXPECT_FALSE(Line(o, kX, 3, 3 + 1.0 / 1024).IsNull());
+}
+
+TEST(Line3d, TrimToPlaneKeepsThePositiveSideAndRejectsSlivers) {
+    plenar_test::ToleranceGuard guard(1.0 / 1024);
+    const double tol = 1.0 / 1024;
+    // Plane (a, b, d), kept, then the parameters of the line from 0 to 10 along x.
+    // Rows 7 and 8 leave a sliver thinner than EqualTol (the parameter still
+    // moves), rows 9 and 10 exactly EqualTol; the last two are parallel, decided
+    // by the origin.
+    const double cases[][6] = {{1, 0, -4, 1, 4, 10},
+                               {-1, 0, 4, 1, 0, 4},
+                               {1, 0, -12, 0, 0, 10},
+                               {-1, 0, 12, 1, 0, 10},
+                               {1, 0, 1, 1, 0, 10},
+                               {-1, 0, -1, 0, 0, 10},
+                               {1, 0, tol / 2 - 10, 0, 10 - tol / 2, 10},
+                               {-1, 0, tol / 2, 0, 0, tol / 2},
+                               {-1, 0, tol, 1, 0, tol},
+                               {1, 0, tol - 10, 1, 10 - tol, 10},
+                               {0, 1, -tol / 2, 1, 0, 10},
+                               {0, 1, -tol, 0, 0, 10}};
+    for (const auto& c : cases) {
+        CLine3d l = Line(CPoint3d(0, 0, 0), kX, 0, 10);
+        EXPECT_EQ(l.TrimToPlane(CPlane(c[0], c[1], 0, c[2])), c[3] != 0) << c[0] << " " << c[1] << " " << c[2];
+        EXPECT_TRUE(l.startParam == c[4] && l.endParam == c[5]) << c[0] << " " << c[1] << " " << c[2];
+    }
+}
+
+TEST(Line3d, ZoneCodesAndTheBoxTest) {
+    // Point, axes mask, code; a point on the faces is inside.
+    const double zones[][5] = {{1, 0, 0.5, 7, 0},   {-1, 2, 3, 7, 49},  {-1, -1, -1, 7, 7},
+                               {2, -1, 0.5, 7, 10}, {2, -1, 0.5, 1, 8}, {2, -1, 0.5, 6, 2}};
+    for (const auto& z : zones) EXPECT_EQ(Zone(kUnit, CPoint3d(z[0], z[1], z[2]), int(z[3])), int(z[4])) << z[0];
+
+    // Segments s-e, with the origin placed so that s lies at parameter startParam.
+    const struct {
+        CPoint3d s, e;
+        double startParam;
+        bool hit;
+    } segments[] = {{{-1, 0.5, 0.5}, {2, 0.5, 0.5}, 0, true},         // slab of x
+                    {{-2, 0.5, 0.5}, {-1, 0.5, 0.5}, 0, false},       // both below x
+                    {{1, 1, 1}, {3, 3, 3}, 0, true},                  // an end on the corner
+                    {{-0.5, -0.5, 0.5}, {0.5, 1.5, 0.5}, 0, true},    // through the x minimum face
+                    {{-0.5, -0.5, 0.5}, {0.5, 1.5, 0.5}, -3, false},  // crossing laid off from the origin
+                    {{-1, 0.5, 0.5}, {0.5, 2, 0.5}, 0, false},        // past the corner
+                    {{-1, 0.1, 0.5}, {2, 0.9, 0.5}, -5, true}};       // the slab rule computes no crossing
+    for (const auto& c : segments) {
+        CLine3d l(c.s, c.e);
+        l.origin = CPoint3d(c.s, -c.startParam, l.direction);
+        l.startParam = c.startParam;
+        l.endParam += c.startParam;
+        EXPECT_EQ(l.IntersectWith(kUnit), c.hit) << c.s << c.e << c.startParam;
+    }
+
+    // Unbounded lines go through the ray test, both ways for a full line.
+    const CPoint3d o(5, 0.5, 0.5);
+    EXPECT_TRUE(Line(o, kX, -kInf, kInf).IntersectWith(kUnit));
+    EXPECT_FALSE(Line(o, kX, 2, kInf).IntersectWith(kUnit));
+    EXPECT_TRUE(Line(o, kX, -kInf, -2).IntersectWith(kUnit));
+    EXPECT_FALSE(Line(o, kX, -kInf, kInf).IntersectWith(CBoundingBox3d()));
+}

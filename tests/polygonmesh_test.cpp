@@ -1,0 +1,138 @@
+#include <geometry/polygonmesh.h>
+
+#include <geometry/transformation.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <type_traits>
+#include <vector>
+
+#include "support/tolerance_guard.h"
+
+using namespace velmor::geometry;
+using P = CPoint3d;
+using Indices = std::vector<long>;
+
+namespace {
+
+CPolygonMesh Triangle() {
+    CPolygonMesh m(0);
+    for (const P& p : {P(0, 0, 0), P(1, 0, 0), P(0, 1, 0)}) m.InsertPoint(p);
+    return m;
+}
+
+bool Same(const P& a, const P& b) { return a.x == b.x && a.y == b.y && a.z == b.z; }
+
+}  // namespace
+
+static_assert(std::has_virtual_destructor_v<CPolygonMesh>);
+
+TEST(PolygonMesh, WeldingTakesTheFirstMatchWithinEqualTol) {
+    CPolygonMesh m(0);
+    EXPECT_EQ(m.InsertPoint(P(0, 0, 0)), 1);
+    EXPECT_EQ(m.InsertPoint(P(0.0005, 0, 0)), 1);
+    EXPECT_EQ(m.InsertPoint(P(0.002, 0, 0)), 2);
+    EXPECT_EQ(m.InsertPoint(P(0.001, 0, 0)), 3);      // exactly EqualTol from both: strict, so new
+    EXPECT_EQ(m.InsertPoint(P(0.0015, 0, 0)), 2);     // within reach of 2 and 3: the earlier wins
+    EXPECT_EQ(m.FindPoint(P(0, 0.0009, 0.0009)), 0);  // each axis within, the distance not
+    EXPECT_TRUE(m.points.size() == 3 && Same(m.points[0], P(0, 0, 0)));
+    plenar_test::ToleranceGuard wide(0.01);  // read at call time
+    EXPECT_EQ(m.FindPoint(P(0.009, 0, 0)), 1);
+}
+
+TEST(PolygonMesh, AddPolygonFromIndicesKeepsItsPartialStateOnRefusal) {
+    CPolygonMesh m = Triangle();
+    const long two[] = {1, 2}, signedTri[] = {1, -2, 3};
+    EXPECT_EQ(m.AddPolygon(2, two), 0);
+    EXPECT_TRUE(m.polygonStarts.empty() && m.polygonIndices.empty());
+    EXPECT_EQ(m.AddPolygon(3, signedTri), 1);
+    EXPECT_EQ(m.GetPolygonPointIndex(1, 2), -2);
+    EXPECT_TRUE(Same(m.GetPolygonPoint(1, 2), P(1, 0, 0)) && Same(m.GetPoint(-3), P(0, 1, 0)));
+    // A bad third corner: the start and the two corners before it stay.
+    for (long bad : {0L, 4L, -4L, LONG_MAX, LONG_MIN}) {
+        CPolygonMesh t = Triangle();
+        const long corners[] = {-3, 3, bad, 1};
+        EXPECT_EQ(t.AddPolygon(4, corners), 0) << bad;
+        EXPECT_EQ(t.polygonStarts, Indices{0});
+        EXPECT_EQ(t.polygonIndices, (Indices{-3, 3}));
+    }
+}
+
+TEST(PolygonMesh, AddPolygonFromCoordinatesKeepsRefusedCornersAndPoints) {
+    CPolygonMesh m(0);
+    const P two[] = {P(0, 0, 0), P(1, 0, 0)};
+    EXPECT_EQ(m.AddPolygon(2, two) + m.AddPolygon(0, two) + m.AddPolygon(-5, two), 0);
+    EXPECT_TRUE(m.polygonStarts.empty() && m.points.size() == 2);
+    EXPECT_EQ(m.polygonIndices, (Indices{1, 2}));
+    // Welded against the refused points and within the polygon; repeats stay.
+    const P five[] = {P(1, 0, 0), P(1, 1, 0), P(1.0004, 1, 0), P(0, 0, 0.0002), P(0, 1, 0)};
+    const P tri[] = {P(5, 5, 5), P(0, 1, 0), P(1, 1, 0)};
+    EXPECT_EQ(m.AddPolygon(5, five), 1);
+    EXPECT_EQ(m.AddPolygon(3, tri), 2);
+    EXPECT_EQ(m.polygonStarts, (Indices{2, 7}));
+    EXPECT_EQ(m.polygonIndices, (Indices{1, 2, 2, 3, 3, 1, 4, 5, 4, 3}));
+    EXPECT_EQ(m.CountPolygonPoints(1), 5);  // up to the next start
+    EXPECT_EQ(m.CountPolygonPoints(2), 3);  // up to the end of the index list
+}
+
+TEST(PolygonMesh, AttributeGettersCheckRangeAndNormalFlagWhileSettersAppend) {
+    const CUnitVector3d n(0, 0, 1);
+    const P uv(0.25, 0.75, 1), uv2(0.5, 0.5, 0), zero(0, 0, 0);
+    CPolygonMesh plain(0);
+    plain.SetNormal(1, n);  // appends, although the mesh keeps no normals
+    EXPECT_TRUE(plain.normals.size() == 1 && !plain.GetNormal(1).IsValid());
+
+    CPolygonMesh m(4 | 8);
+    m.SetNormal(5, n);
+    EXPECT_TRUE(m.GetNormal(1) == n && m.GetNormal(-1) == n);
+    for (long i : {0L, 2L, -2L, LONG_MIN}) EXPECT_FALSE(m.GetNormal(i).IsValid()) << i;
+    m.SetUVFront(7, uv);  // empty, flag unset: appends, and the getter does not ask
+    EXPECT_TRUE(Same(m.GetUVFront(1), uv) && Same(m.GetUVFront(-1), uv));
+    m.SetUVFront(-1, uv2);
+    m.SetUVFront(0, uv);
+    m.SetUVFront(LONG_MIN, uv);
+    EXPECT_TRUE(m.uvFront.size() == 3 && Same(m.GetUVFront(1), uv2) && Same(m.GetUVFront(3), uv));
+    for (long i : {0L, 4L, LONG_MIN}) EXPECT_TRUE(Same(m.GetUVFront(i), zero)) << i;
+    m.SetUVBack(2, uv);
+    EXPECT_TRUE(Same(m.GetUVBack(-1), uv) && Same(m.GetUVBack(2), zero));
+
+    // One zero entry per future point in each kept attribute; points only reserved.
+    CPolygonMesh r(1 | 4);
+    r.ReserveSpace(5, 2);
+    r.ReserveSpace(-3, -1);
+    EXPECT_TRUE(r.points.empty() && r.points.capacity() >= 5 && r.polygonIndices.capacity() >= 6);
+    EXPECT_TRUE(r.uvFront.size() == 5 && r.uvBack.empty() && r.normals.size() == 5);
+    EXPECT_TRUE(Same(r.uvFront[4], zero) && !r.normals[4].IsValid());
+    r.SetNormal(5, n);  // overwrites the reserved entry
+    EXPECT_TRUE(r.GetNormal(5) == n && r.normals.size() == 5);
+}
+
+TEST(PolygonMesh, TransformCarriesNormalsAsPlanesAndLeavesTextureCoordinates) {
+    CPolygonMesh m(1 | 4);
+    m.InsertPoint(P(1, 1, 1));
+    m.SetNormal(1, CUnitVector3d(1, 1, 0));
+    m.SetNormal(2, CUnitVector3d());
+    m.SetUVFront(1, P(0.5, 0.25, 0));
+    m.Transform(CTransformation::Scale(2, 1, 1));
+    EXPECT_TRUE(Same(m.points[0], P(2, 1, 1)) && Same(m.uvFront[0], P(0.5, 0.25, 0)));
+    // (1, 2, 0)/sqrt(5) by the plane rule; as a vector it would be (2, 1, 0)/sqrt(5).
+    EXPECT_NEAR(m.normals[0].x, 1 / std::sqrt(5.0), 1e-15);
+    EXPECT_NEAR(m.normals[0].y, 2 / std::sqrt(5.0), 1e-15);
+    EXPECT_FALSE(m.normals[1].IsValid());
+
+    // Under a general map a normal stays a unit vector perpendicular to the
+    // transformed tangents of its surface.
+    const CTransformation t =
+        CTransformation::Rotate(P(1, 2, 3), CUnitVector3d(1, -2, 2), 0.7) * CTransformation::Scale(0.3, 4, 1.5);
+    CPolygonMesh one(4);
+    one.SetNormal(1, CUnitVector3d(2, -1, 3));
+    CUnitVector3d a, b;
+    one.normals[0].GetArbitraryAxes(a, b);
+    one.Transform(t);
+    const CVector3d n(one.normals[0]), ta = t * CVector3d(a), tb = t * CVector3d(b);
+    EXPECT_NEAR(Dot(n, ta), 0, 1e-14 * ta.Length());
+    EXPECT_NEAR(Dot(n, tb), 0, 1e-14 * tb.Length());
+    EXPECT_NEAR(n.LengthSquared(), 1, 1e-15);
+}
