@@ -2,6 +2,7 @@
 // distances, collinearity and on-segment tests, arc sampling, 2D segment
 // intersection and point-in-polygon on CPoint2d, ranges and 2D/3D bounding boxes,
 // planes and rays.
+#include <geometry/bezier3d.h>
 #include <geometry/boundingbox.h>
 #include <geometry/mathutil.h>
 #include <geometry/plane.h>
@@ -9,6 +10,7 @@
 #include <geometry/point3d.h>
 #include <geometry/ray3d.h>
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -288,6 +290,43 @@ void FuzzRay(FuzzInput& in) {
     Consume(r);
 }
 
+class CountingSink : public IBezier3dDraw {
+public:
+    void LineTo(const CPoint3d& p) override {
+        ++count;
+        Consume(p);
+    }
+    long count = 0;
+};
+
+void FuzzBezier3d(FuzzInput& in) {
+    const CPoint3d p0 = in.Point3d(), p1 = in.Point3d(), p2 = in.Point3d(), p3 = in.Point3d();
+    const CBezier3d c(p0, p1, p2, p3);
+    const double t = in.Double();
+    Consume(c.EvaluatePoint(t));
+    Consume(c.EvaluateDirection(t));
+    Consume(c.Evaluate(t));
+    CBezier3d left, right;
+    c.Split(left, right);
+    Consume(left);
+    const double tol = in.Tolerance();
+    Consume(c.IsStraight(tol));
+    // A flattening sends on the order of sqrt(size / tol) segments: curves that
+    // would need more than about a million are not drawn here (they cannot finish
+    // in a fuzzing run). Non-finite curves and tolerances are always fed.
+    double size = 0.0;
+    for (const CPoint3d* q : {&p1, &p2, &p3}) {
+        size = std::fmax(size,
+                         std::fmax(std::fabs(q->x - p0.x), std::fmax(std::fabs(q->y - p0.y), std::fabs(q->z - p0.z))));
+    }
+    const bool finite = c.p0.IsValidObj() && c.p1.IsValidObj() && c.p2.IsValidObj() && c.p3.IsValidObj();
+    if (!finite || !(tol > 0.0) || size / tol < 1e12) {
+        CountingSink sink;
+        c.Draw(&sink, tol);
+        Consume(sink.count);
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -295,7 +334,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     plenar_fuzz::ToleranceScope scope;
     int steps = 0;
     while (!in.Empty() && steps++ < 128) {
-        switch (in.Byte() % 20) {
+        switch (in.Byte() % 21) {
             case 0:
                 plenar_fuzz::ToleranceScope::Mutate(in);
                 break;
@@ -378,6 +417,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             case 16:
             case 17:
                 FuzzPlane(in);
+                break;
+            case 19:
+                FuzzBezier3d(in);
                 break;
             case 18:
                 if (in.Bool()) {
