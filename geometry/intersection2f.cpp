@@ -6,8 +6,15 @@
 namespace velmor::geometry {
 
 void CurveIntersections2f::Add(const IntersectionPoint2f& ip) {
-    for (const IntersectionPoint2f& stored : points) {
-        if (stored == ip) return;
+    // Under a float length tolerance that is zero, negative or NaN no two hits are
+    // ever equal (the point test needs |dx| <= tol and a squared distance below
+    // tol * tol), so the scan could find nothing; skipping it keeps such a
+    // tolerance, which lets every piece of a curve through as a hit, from making
+    // the collection quadratic in time.
+    if (static_cast<float>(EqualTol) > 0.0f) {
+        for (const IntersectionPoint2f& stored : points) {
+            if (stored == ip) return;
+        }
     }
     points.push_back(ip);
 }

@@ -1,12 +1,21 @@
 #!/usr/bin/env bash
 # The whole check, as CI runs it: configure, build (warnings are errors) and run
 # every test in the release preset, then again under AddressSanitizer and
-# UndefinedBehaviorSanitizer.
+# UndefinedBehaviorSanitizer, then with clang++; then the determinism battery
+# across compilers and optimisation levels, and a bounded fuzzing run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 cmake --workflow --preset release
 cmake --workflow --preset sanitize
+cmake --workflow --preset clang
+
+# Bit-identical results from g++ -O0/-O2/-O3 -march=native and clang++ -O2.
+./scripts/determinism.sh
+
+# No crash, sanitizer report or hang on any input: every fuzz target for a
+# bounded time (about 30 s each).
+FUZZ_SECONDS="${FUZZ_SECONDS:-30}" ./scripts/fuzz.sh
 
 # The API reference and guide must render without a doxygen warning.
 cmake --build --preset release --target docs

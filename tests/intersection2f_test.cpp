@@ -1,3 +1,4 @@
+#include <geometry/cubicbezier2f.h>
 #include <geometry/intersection2f.h>
 
 #include <gtest/gtest.h>
@@ -111,4 +112,24 @@ TEST(CurveIntersections2f, AddDropsNearDuplicatesAndSortsEitherWay) {
     for (int i = 0; i < 4; ++i) EXPECT_EQ(set.points[i].t1, byT2[i]);
     EXPECT_TRUE(Parameter1Less(set.points[0], set.points[1]));
     EXPECT_FALSE(Parameter2Less(set.points[0], set.points[0]));
+}
+
+// Under a zero, negative or NaN length tolerance no two hits are equal, and the
+// collection must stay linear: a curve intersected with itself under such a
+// tolerance once took minutes, scanning tens of thousands of hits for each new one.
+TEST(CurveIntersections2f, NonPositiveToleranceKeepsEveryHitWithoutScanning) {
+    const CCubicBezier2f c(CPoint2f(0, 0), CPoint2f(3000, 10000), CPoint2f(7000, -10000), CPoint2f(10000, 1000));
+    for (const double tol : {0.0, -0.001, static_cast<double>(std::nanf(""))}) {
+        ToleranceGuard guard(tol, 0.001f);
+        CurveIntersections2f out;
+        c.IntersectWithBezier(c, Rangef(0, 1), Rangef(0, 1), out);  // finishes at once
+        CurveIntersections2f many;
+        for (int i = 0; i < 200000; ++i) many.Add(CPoint2f(1, 2), 0.5f, 0.5f);
+        EXPECT_EQ(many.points.size(), 200000u) << tol;
+    }
+    // Under the ordinary tolerance the duplicate is still dropped.
+    CurveIntersections2f once;
+    once.Add(CPoint2f(1, 2), 0.5f, 0.5f);
+    once.Add(CPoint2f(1, 2), 0.5f, 0.5f);
+    EXPECT_EQ(once.points.size(), 1u);
 }
