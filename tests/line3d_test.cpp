@@ -54,9 +54,7 @@ TEST(Line3d, SettingAnEndBeyondTheOtherReverses) {
     m.SetStartPoint(CPoint3d(2, 0, 0));
     m.SetEndPoint(CPoint3d(-1, 4, 0));  // before the start: from the old start to the new end
     CPoint3d s, e;
-    m.GetStartPoint(s);
-    m.GetEndPoint(e);
-    EXPECT_TRUE(m.direction.x == -1.0 && s.x == 2.0 && e.x == -1.0);
+    EXPECT_TRUE(m.GetStartPoint(s) && m.GetEndPoint(e) && m.direction.x == -1.0 && s.x == 2.0 && e.x == -1.0);
 
     // An infinite far end never reverses.
     CLine3d h(CRay3d(CPoint3d(0, 0, 0), kX), false, true);
@@ -86,13 +84,10 @@ TEST(Line3d, ReverseKeepsTheMarkersAndSetDirectionRebases) {
     // starts the other half.
     CLine3d half = Line(o, kX, -kInf, 5);
     CRay3d ray(CPoint3d(7, 7, 7), kX);
-    ASSERT_TRUE(half.GetSemiInfiniteRay(ray));
-    EXPECT_TRUE(ray.origin.x == 6.0 && ray.direction.x == -1.0);
+    EXPECT_TRUE(half.GetSemiInfiniteRay(ray) && ray.origin.x == 6.0 && ray.direction.x == -1.0);
     half.Reverse();
-    ASSERT_TRUE(half.GetSemiInfiniteRay(ray));
-    EXPECT_TRUE(ray.origin.x == 6.0 && ray.direction.x == 1.0);
-    ASSERT_TRUE(Line(o, kX, 2, kInf).GetSemiInfiniteRay(ray));
-    EXPECT_EQ(ray.origin.x, 3.0);
+    EXPECT_TRUE(half.GetSemiInfiniteRay(ray) && ray.origin.x == 6.0 && ray.direction.x == 1.0);
+    EXPECT_TRUE(Line(o, kX, 2, kInf).GetSemiInfiniteRay(ray) && ray.origin.x == 3.0);
     EXPECT_FALSE(Line(o, kX, 2, 5).GetSemiInfiniteRay(ray) || Line(o, kX, -kInf, kInf).GetSemiInfiniteRay(ray));
     EXPECT_EQ(ray.origin.x, 3.0);  // untouched
 
@@ -155,8 +150,6 @@ TEST(Line3d, ZoneCodesAndTheBoxTest) {
 
     // Unbounded lines go through the ray test, both ways for a full line.
     const CPoint3d o(5, 0.5, 0.5);
-    EXPECT_TRUE(Line(o, kX, -kInf, kInf).IntersectWith(kUnit));
-    EXPECT_FALSE(Line(o, kX, 2, kInf).IntersectWith(kUnit));
-    EXPECT_TRUE(Line(o, kX, -kInf, -2).IntersectWith(kUnit));
-    EXPECT_FALSE(Line(o, kX, -kInf, kInf).IntersectWith(CBoundingBox3d()));
+    EXPECT_TRUE(Line(o, kX, -kInf, kInf).IntersectWith(kUnit) && Line(o, kX, -kInf, -2).IntersectWith(kUnit));
+    EXPECT_FALSE(Line(o, kX, 2, kInf).IntersectWith(kUnit) || Line(o, kX, -kInf, kInf).IntersectWith(CBoundingBox3d()));
 }

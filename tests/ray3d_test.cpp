@@ -12,111 +12,95 @@
 #include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
+using P = CPoint3d;
+using U = CUnitVector3d;
 
 namespace {
 
-CBoundingBox3d Box(double x0, double x1, double y0, double y1, double z0, double z1) {
-    return CBoundingBox3d(CPoint3d(x0, y0, z0), CPoint3d(x1, y1, z1));
-}
+const CBoundingBox3d kUnit(P(0, 0, 0), P(1, 1, 1));
 
-const CBoundingBox3d kUnit = Box(0, 1, 0, 1, 0, 1);
-
-// The entry side, with hit and the result in the out-parameters.
-int Side(const CRay3d& r, const CBoundingBox3d& box, CPoint3d& hit, bool& ok) {
+// The entry side as an int; ok and hit receive the other results.
+int Side(const CRay3d& r, const CBoundingBox3d& box, P& hit, bool& ok) {
     EBoxSide side = MaxZ;  // overwritten by every call
     ok = r.IntersectWith(box, hit, side);
     return static_cast<int>(side);
 }
 
-double Coord(const CPoint3d& p, int axis) { return axis == 0 ? p.x : axis == 1 ? p.y : p.z; }
+double Coord(const P& p, int axis) { return axis == 0 ? p.x : axis == 1 ? p.y : p.z; }
 
 }  // namespace
 
 TEST(Ray3d, ConstructionMembershipAndProjection) {
-    EXPECT_EQ(CRay3d().direction.z, 1.0);
-    EXPECT_TRUE(CRay3d().IsValidObj());
+    EXPECT_TRUE(CRay3d().direction.z == 1.0 && CRay3d().IsValidObj());
     CRay3d r;
-    r.Set(CPoint3d(1, 1, 1), CPoint3d(1, 4, 5));
+    r.Set(P(1, 1, 1), P(1, 4, 5));
     EXPECT_DOUBLE_EQ(r.direction.y, 0.6);
-    r.Set(CPoint3d(2, 2, 2), CPoint3d(2, 2, 2));
+    r.Set(P(2, 2, 2), P(2, 2, 2));
     EXPECT_FALSE(r.IsValidObj());  // zero direction
 
     // Same carrier line in either sense, origin anywhere on it.
-    const CRay3d xAxis(CPoint3d(0, 0, 0), CUnitVector3d(1, 0, 0));
-    EXPECT_TRUE(CRay3d(CPoint3d(-7, 0, 0), CUnitVector3d(-1, 0, 0)).IsOn(xAxis));
-    EXPECT_FALSE(CRay3d(CPoint3d(-7, 0.01, 0), CUnitVector3d(1, 0, 0)).IsOn(xAxis));
-    EXPECT_FALSE(CRay3d(CPoint3d(3, 0, 0), CUnitVector3d(1, 0.1, 0)).IsOn(xAxis));
-    EXPECT_TRUE(xAxis.IsOn(CPlane()));
-    EXPECT_FALSE(CRay3d(CPoint3d(0, 0, 0), CUnitVector3d(1, 0, 0.01)).IsOn(CPlane()));
+    const CRay3d xAxis(P(0, 0, 0), U(1, 0, 0));
+    EXPECT_TRUE(CRay3d(P(-7, 0, 0), U(-1, 0, 0)).IsOn(xAxis) && xAxis.IsOn(CPlane()));
+    EXPECT_FALSE(CRay3d(P(-7, 0.01, 0), U(1, 0, 0)).IsOn(xAxis) || CRay3d(P(3, 0, 0), U(1, 0.1, 0)).IsOn(xAxis) ||
+                 CRay3d(P(0, 0, 0), U(1, 0, 0.01)).IsOn(CPlane()));
 
-    // CPoint3d against the ray: a line distance, strict at EqualTol.
+    // A point against the ray: a line distance, strict at EqualTol.
     plenar_test::ToleranceGuard guard(1.0 / 1024);
-    EXPECT_EQ(CPoint3d(-5, 3, 4).DistanceTo(xAxis), 5.0);
-    EXPECT_EQ(CPoint3d(-5, 3, 4).DistanceSquaredTo(xAxis), 25.0);
-    EXPECT_TRUE(CPoint3d(-9, 1.0 / 2048, 0).IsOn(xAxis));
-    EXPECT_FALSE(CPoint3d(-9, 1.0 / 1024, 0).IsOn(xAxis));
-    EXPECT_EQ(CPoint3d(-2, 5, 1).ProjectTo(xAxis).DistanceSquaredTo(CPoint3d(-2, 0, 0)), 0.0);
-    const CRay3d diag(CPoint3d(1, 1, 0), CUnitVector3d(1, 1, 0));
-    EXPECT_NEAR(diag.ParameterOfClosestPoint(CPoint3d(0, 0, 3)), -std::sqrt(2.0), 1e-15);
-    EXPECT_NEAR(diag.Project(CPoint3d(2, 0, 3)).DistanceTo(CPoint3d(1, 1, 0)), 0.0, 1e-15);
+    EXPECT_TRUE(P(-5, 3, 4).DistanceTo(xAxis) == 5.0 && P(-5, 3, 4).DistanceSquaredTo(xAxis) == 25.0);
+    EXPECT_TRUE(P(-9, 1.0 / 2048, 0).IsOn(xAxis) && !P(-9, 1.0 / 1024, 0).IsOn(xAxis));
+    EXPECT_EQ(P(-2, 5, 1).ProjectTo(xAxis).DistanceSquaredTo(P(-2, 0, 0)), 0.0);
+    const CRay3d diag(P(1, 1, 0), U(1, 1, 0));
+    EXPECT_NEAR(diag.ParameterOfClosestPoint(P(0, 0, 3)), -std::sqrt(2.0), 1e-15);
+    EXPECT_NEAR(diag.Project(P(2, 0, 3)).DistanceTo(P(1, 1, 0)), 0.0, 1e-15);
 }
 
 TEST(Ray3d, RayRayIntersectionNeedsTheLinesToMeetWithinTolerance) {
-    const CRay3d a(CPoint3d(5, 0, 0), CUnitVector3d(1, 0, 0));
-    CPoint3d p;
-    // The lines cross behind both origins.
-    EXPECT_TRUE(a.IntersectWith(CRay3d(CPoint3d(0, 5, 0), CUnitVector3d(0, 1, 0)), p));
-    EXPECT_EQ(p.DistanceSquaredTo(CPoint3d(0, 0, 0)), 0.0);
-    // Skew by 0.002: no intersection, but the midpoint is written; by half the
-    // tolerance they meet.
-    EXPECT_FALSE(a.IntersectWith(CRay3d(CPoint3d(0, 5, 0.002), CUnitVector3d(0, 1, 0)), p));
+    const CRay3d a(P(5, 0, 0), U(1, 0, 0));
+    P p;
+    EXPECT_TRUE(a.IntersectWith(CRay3d(P(0, 5, 0), U(0, 1, 0)), p));  // behind both origins
+    EXPECT_EQ(p.DistanceSquaredTo(P(0, 0, 0)), 0.0);
+    // Skew by 0.002: a miss, yet the midpoint is written; skew by 0.0005: a hit.
+    EXPECT_FALSE(a.IntersectWith(CRay3d(P(0, 5, 0.002), U(0, 1, 0)), p));
     EXPECT_NEAR(p.z, 0.001, 1e-15);
-    EXPECT_TRUE(a.IntersectWith(CRay3d(CPoint3d(0, 5, 0.0005), CUnitVector3d(0, 1, 0)), p));
-    // Parallel lines, even coincident ones, never intersect; p is the midpoint of
-    // the origin and its foot on the other line.
-    EXPECT_FALSE(a.IntersectWith(CRay3d(CPoint3d(-3, 0, 0), CUnitVector3d(-1, 0, 0)), p));
-    EXPECT_FALSE(a.IntersectWith(CRay3d(CPoint3d(0, 2, 0), CUnitVector3d(1, 0, 0)), p));
-    EXPECT_EQ(p.DistanceSquaredTo(CPoint3d(5, 1, 0)), 0.0);
+    EXPECT_TRUE(a.IntersectWith(CRay3d(P(0, 5, 0.0005), U(0, 1, 0)), p));
+    // Parallel lines, even coincident ones, never meet; p is the origin's midpoint with its foot.
+    EXPECT_FALSE(a.IntersectWith(CRay3d(P(-3, 0, 0), U(-1, 0, 0)), p));
+    EXPECT_FALSE(a.IntersectWith(CRay3d(P(0, 2, 0), U(1, 0, 0)), p));
+    EXPECT_EQ(p.DistanceSquaredTo(P(5, 1, 0)), 0.0);
 
-    CPoint3d p1, p2;
-    EXPECT_TRUE(CRay3d(CPoint3d(0, 0, 0), CUnitVector3d(1, 0, 0))
-                    .FindClosestPoints(CRay3d(CPoint3d(0, 0, 1), CUnitVector3d(0, 1, 0)), p1, p2));
+    P p1, p2;
+    EXPECT_TRUE(CRay3d(P(0, 0, 0), U(1, 0, 0)).FindClosestPoints(CRay3d(P(0, 0, 1), U(0, 1, 0)), p1, p2));
     EXPECT_EQ(p1.z + p2.z, 1.0);
-    EXPECT_FALSE(a.FindClosestPoints(CRay3d(CPoint3d(0, 2, 0), CUnitVector3d(1, 0, 0)), p1, p2));
+    EXPECT_FALSE(a.FindClosestPoints(CRay3d(P(0, 2, 0), U(1, 0, 0)), p1, p2));
 }
 
 TEST(Ray3d, SegmentIntersectionNeverMeasuresTheLineDistance) {
-    const CRay3d r(CPoint3d(0, 0, 0), CUnitVector3d(1, 0, 0));
-    double t = -1;
-    EXPECT_TRUE(r.IntersectWith(CPoint3d(2, -1, 0), CPoint3d(2, 1, 0), t));
-    EXPECT_EQ(t, 2.0);
-    // A segment passing one unit above the line still "meets" it, behind the origin.
-    EXPECT_TRUE(r.IntersectWith(CPoint3d(-2, -1, 1), CPoint3d(-2, 1, 1), t));
-    EXPECT_EQ(t, -2.0);
-    // The nearest point is off the segment: no hit, t untouched; within EqualTol of
-    // an end it is a hit.
-    EXPECT_FALSE(r.IntersectWith(CPoint3d(2, 1, 0), CPoint3d(2, 3, 0), t));
-    EXPECT_EQ(t, -2.0);
-    EXPECT_TRUE(r.IntersectWith(CPoint3d(2, 0.0005, 0), CPoint3d(2, 3, 0), t));
-    EXPECT_TRUE(r.IntersectWith(CPoint3d(3, 3, 0), CPoint3d(3, -0.0005, 0), t));
-    EXPECT_NEAR(t, 3.0, 1e-15);
-
-    // Segments shorter than EqualTol are their midpoint; t is written even on a miss.
-    EXPECT_TRUE(r.IntersectWith(CPoint3d(3, -0.0001, 0), CPoint3d(3, 0.0001, 0), t));
-    EXPECT_FALSE(r.IntersectWith(CPoint3d(4, 0.5, 0), CPoint3d(4, 0.5, 0), t));
-    EXPECT_EQ(t, 4.0);
-    // Parallel segments: only whether a lies on the line is asked.
-    EXPECT_TRUE(r.IntersectWith(CPoint3d(5, 0, 0), CPoint3d(7, 0, 0), t));
-    EXPECT_EQ(t, 5.0);
-    EXPECT_FALSE(r.IntersectWith(CPoint3d(6, 1, 0), CPoint3d(8, 1, 0), t));
-    // Nearly parallel counts as parallel when |v x dir|^2 < 1e-10; a steeper segment
-    // meets the line far before a: no hit.
-    EXPECT_TRUE(r.IntersectWith(CPoint3d(5, 0.0005, 0), CPoint3d(6, 0.0005 + 5e-6, 0), t));
-    EXPECT_FALSE(r.IntersectWith(CPoint3d(5, 0.0005, 0), CPoint3d(6, 0.0005 + 2e-5, 0), t));
+    const CRay3d r(P(0, 0, 0), U(1, 0, 0));
+    const double keep = -99;  // t is left alone
+    const struct {
+        P a, b;
+        bool hit;
+        double t;
+    } cases[] = {{{2, -1, 0}, {2, 1, 0}, true, 2},
+                 {{-2, -1, 1}, {-2, 1, 1}, true, -2},   // a unit above the line, behind the origin
+                 {{2, 1, 0}, {2, 3, 0}, false, keep},   // nearest point off the segment
+                 {{2, 0.0005, 0}, {2, 3, 0}, true, 2},  // within EqualTol of an end
+                 {{3, 3, 0}, {3, -0.0005, 0}, true, 3},
+                 {{3, -0.0001, 0}, {3, 0.0001, 0}, true, 3},  // shorter than EqualTol: its midpoint
+                 {{4, 0.5, 0}, {4, 0.5, 0}, false, 4},        // ... t written even on a miss
+                 {{5, 0, 0}, {7, 0, 0}, true, 5},             // parallel: is a on the line?
+                 {{6, 1, 0}, {8, 1, 0}, false, 6},
+                 {{5, 0.0005, 0}, {6, 0.0005 + 5e-6, 0}, true, 5},  // |v x dir|^2 < 1e-10: parallel
+                 {{5, 0.0005, 0}, {6, 0.0005 + 2e-5, 0}, false, keep}};
+    for (const auto& c : cases) {
+        double t = keep;
+        EXPECT_EQ(r.IntersectWith(c.a, c.b, t), c.hit) << c.a << c.b;
+        EXPECT_NEAR(t, c.t, 1e-12) << c.a << c.b;
+    }
 }
 
 TEST(Ray3d, BoxEntryFaceTiesAndBoundaries) {
-    CPoint3d hit;
+    P hit;
     bool ok = false;
     // Each face from outside; pointing away misses.
     for (int axis = 0; axis < 3; ++axis) {
@@ -124,41 +108,34 @@ TEST(Ray3d, BoxEntryFaceTiesAndBoundaries) {
             double o[3] = {0.25, 0.5, 0.75}, d[3] = {0, 0, 0};
             o[axis] = sign < 0 ? -3.0 : 4.0;
             d[axis] = -sign;
-            const CRay3d r(CPoint3d(o[0], o[1], o[2]), CUnitVector3d(d[0], d[1], d[2]));
+            const CRay3d r(P(o[0], o[1], o[2]), U(d[0], d[1], d[2]));
             EXPECT_EQ(Side(r, kUnit, hit, ok), 2 * axis + (sign < 0 ? 1 : 2));
-            EXPECT_EQ(Coord(hit, axis), sign < 0 ? 0.0 : 1.0);
-            EXPECT_EQ(Coord(hit, (axis + 1) % 3), o[(axis + 1) % 3]);
-            EXPECT_EQ(Side(CRay3d(r.origin, -r.direction), kUnit, hit, ok), 0);
-            EXPECT_FALSE(ok);
+            EXPECT_TRUE(Coord(hit, axis) == (sign < 0 ? 0.0 : 1.0) && Coord(hit, (axis + 1) % 3) == o[(axis + 1) % 3]);
+            EXPECT_TRUE(Side(CRay3d(r.origin, -r.direction), kUnit, hit, ok) == 0 && !ok);
         }
     }
-    // An origin inside or on the boundary is the hit, with no side.
-    EXPECT_EQ(Side(CRay3d(CPoint3d(0, 0.5, 0.5), CUnitVector3d(-1, 0, 0)), kUnit, hit, ok), 0);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(hit.DistanceSquaredTo(CPoint3d(0, 0.5, 0.5)), 0.0);
-
-    // Along a face plane with an exactly zero component: closed ranges.
-    EXPECT_EQ(Side(CRay3d(CPoint3d(0, -5, 0.5), CUnitVector3d(0, 1, 0)), kUnit, hit, ok), 3);
-    EXPECT_EQ(hit.DistanceSquaredTo(CPoint3d(0, 0, 0.5)), 0.0);
-    // Grazing an edge hits; just outside it misses, leaving hit untouched.
-    EXPECT_EQ(Side(CRay3d(CPoint3d(-1, 1, 0.5), CUnitVector3d(1, 0, 0)), kUnit, hit, ok), 1);
-    hit = CPoint3d(7, 7, 7);
-    Side(CRay3d(CPoint3d(-1, std::nextafter(1.0, 2.0), 0.5), CUnitVector3d(1, 0, 0)), kUnit, hit, ok);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(hit.x, 7.0);
-
-    // Equal plane parameters: the earlier axis is the entry.
-    EXPECT_EQ(Side(CRay3d(CPoint3d(-1, -1, 0.5), CUnitVector3d(1, 1, 0)), kUnit, hit, ok), 1);
-    EXPECT_EQ(Side(CRay3d(CPoint3d(0.5, 2, 2), CUnitVector3d(0, -1, -1)), kUnit, hit, ok), 4);
-    EXPECT_EQ(Side(CRay3d(CPoint3d(2, 0.5, -1), CUnitVector3d(-1, 0, 1)), kUnit, hit, ok), 2);
-    EXPECT_EQ(Side(CRay3d(CPoint3d(-1, -1, -1), CUnitVector3d(1, 1, 1)), kUnit, hit, ok), 1);
-    EXPECT_TRUE(ok);
-
-    // An empty box (judged on x) and a plain miss.
-    EXPECT_EQ(Side(CRay3d(CPoint3d(0, 0, 0), CUnitVector3d(1, 0, 0)), CBoundingBox3d(), hit, ok), 0);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(Side(CRay3d(CPoint3d(-1, 2, 0.5), CUnitVector3d(1, 0, 0)), kUnit, hit, ok), 0);
-    EXPECT_FALSE(ok);
+    // Origin, direction, side, hit: origin on the boundary (the hit, no side), along a
+    // face plane (closed ranges), grazing an edge, equal plane parameters (earlier axis wins).
+    const struct {
+        P o;
+        U d;
+        int side;
+        P hit;
+    } cases[] = {{{0, 0.5, 0.5}, {-1, 0, 0}, 0, {0, 0.5, 0.5}}, {{0, -5, 0.5}, {0, 1, 0}, 3, {0, 0, 0.5}},
+                 {{-1, 1, 0.5}, {1, 0, 0}, 1, {0, 1, 0.5}},     {{-1, -1, 0.5}, {1, 1, 0}, 1, {0, 0, 0.5}},
+                 {{0.5, 2, 2}, {0, -1, -1}, 4, {0.5, 1, 1}},    {{2, 0.5, -1}, {-1, 0, 1}, 2, {1, 0.5, 0}},
+                 {{-1, -1, -1}, {1, 1, 1}, 1, {0, 0, 0}}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(Side(CRay3d(c.o, c.d), kUnit, hit, ok), c.side) << c.o;
+        EXPECT_TRUE(ok && hit.DistanceTo(c.hit) < 1e-15) << c.o;
+    }
+    // Just outside an edge, an empty box (judged on x) and a plain miss: no side, hit untouched.
+    hit = P(7, 7, 7);
+    for (const auto& [r, box] : {std::pair(CRay3d(P(-1, std::nextafter(1.0, 2.0), 0.5), U(1, 0, 0)), kUnit),
+                                 std::pair(CRay3d(P(0, 0, 0), U(1, 0, 0)), CBoundingBox3d()),
+                                 std::pair(CRay3d(P(-1, 2, 0.5), U(1, 0, 0)), kUnit)}) {
+        EXPECT_TRUE(Side(r, box, hit, ok) == 0 && !ok && hit.x == 7.0) << r.origin;
+    }
 }
 
 TEST(Ray3d, BoxHitLiesOnTheEntryFaceAndOnTheRay) {
@@ -166,27 +143,24 @@ TEST(Ray3d, BoxHitLiesOnTheEntryFaceAndOnTheRay) {
     std::uniform_real_distribution<double> u(-1, 1);
     int hits = 0;
     for (int i = 0; i < 5000; ++i) {
-        const double x = 5 * u(rng), y = 5 * u(rng), z = 5 * u(rng);
-        const CBoundingBox3d box = Box(x, x + 1 + u(rng), y, y + 1 + u(rng), z, z + 1 + u(rng));
-        const CPoint3d o(10 * u(rng), 10 * u(rng), 10 * u(rng));
+        const double lo[3] = {5 * u(rng), 5 * u(rng), 5 * u(rng)};
+        const double hi[3] = {lo[0] + 1 + u(rng), lo[1] + 1 + u(rng), lo[2] + 1 + u(rng)};
+        const CBoundingBox3d box(P(lo[0], lo[1], lo[2]), P(hi[0], hi[1], hi[2]));
+        const P o(10 * u(rng), 10 * u(rng), 10 * u(rng));
         // Half of the rays aim into the box, the others anywhere.
-        const CPoint3d target = (i % 2) ? box.GetCenter() + CVector3d(0.4 * u(rng), 0.4 * u(rng), 0.4 * u(rng))
-                                        : o + CVector3d(u(rng), u(rng), u(rng));
-        const CRay3d r(o, CUnitVector3d(o, target));
-
+        const CVector3d jitter(u(rng), u(rng), u(rng));
+        const CRay3d r(o, U(o, (i % 2) ? box.GetCenter() + jitter * 0.4 : o + jitter));
         // Reference: slab intervals of the half-line.
-        const double lo[3] = {box.x.min, box.y.min, box.z.min}, hi[3] = {box.x.max, box.y.max, box.z.max};
-        const double d[3] = {r.direction.x, r.direction.y, r.direction.z};
         double tNear = 0, tFar = 1e300;
         for (int k = 0; k < 3; ++k) {
-            double t0 = (lo[k] - Coord(o, k)) / d[k], t1 = (hi[k] - Coord(o, k)) / d[k];
+            const double d = Coord(P(r.direction.x, r.direction.y, r.direction.z), k);
+            double t0 = (lo[k] - Coord(o, k)) / d, t1 = (hi[k] - Coord(o, k)) / d;
             if (t0 > t1) std::swap(t0, t1);
             tNear = std::max(tNear, t0);
             tFar = std::min(tFar, t1);
         }
         if (std::fabs(tFar - tNear) < 1e-9) continue;  // grazing: either answer is fine
-
-        CPoint3d hit;
+        P hit;
         bool ok = false;
         const int s = Side(r, box, hit, ok);
         ASSERT_EQ(ok, tNear <= tFar) << i;
@@ -197,10 +171,7 @@ TEST(Ray3d, BoxHitLiesOnTheEntryFaceAndOnTheRay) {
         if (s == 0) continue;  // the origin is in the box
         const int axis = (s - 1) / 2;
         EXPECT_EQ(Coord(hit, axis), (s % 2) ? lo[axis] : hi[axis]);
-        for (int k = 0; k < 3; ++k) {
-            EXPECT_GE(Coord(hit, k), lo[k]);
-            EXPECT_LE(Coord(hit, k), hi[k]);
-        }
+        for (int k = 0; k < 3; ++k) EXPECT_TRUE(Coord(hit, k) >= lo[k] && Coord(hit, k) <= hi[k]);
     }
     EXPECT_GT(hits, 2000);
 }
@@ -208,22 +179,18 @@ TEST(Ray3d, BoxHitLiesOnTheEntryFaceAndOnTheRay) {
 TEST(Ray3d, IntersectPlanesSolvesOnTheDominantCoordinatePlane) {
     CRay3d r;
     ASSERT_TRUE(r.IntersectPlanes(CPlane(0, 0, 1, 0), CPlane(1, 0, 0, 0)));
-    EXPECT_EQ(r.direction.y, 1.0);  // N1 x N2, in that order
-    EXPECT_EQ(r.origin.DistanceSquaredTo(CPoint3d(0, 0, 0)), 0.0);
+    EXPECT_TRUE(r.direction.y == 1.0 && r.origin.DistanceSquaredTo(P(0, 0, 0)) == 0.0);  // N1 x N2, in that order
     ASSERT_TRUE(r.IntersectPlanes(CPlane(1, 0, 0, 0), CPlane(0, 0, 1, 0)));
     EXPECT_EQ(r.direction.y, -1.0);
-
-    // z = 1 and x - y = 2: the direction ties x and y; x wins, so origin.x = 0.
+    // Direction ties: x beats y (origin.x = 0), y beats z (origin.y = 0).
     ASSERT_TRUE(r.IntersectPlanes(CPlane(0, 0, 1, -1), CPlane(1, -1, 0, -2)));
-    EXPECT_NEAR(r.origin.DistanceTo(CPoint3d(0, -2, 1)), 0.0, 1e-15);
-    // x = 1 and y - z = 2: y and z tie; y wins, so origin.y = 0.
+    EXPECT_NEAR(r.origin.DistanceTo(P(0, -2, 1)), 0.0, 1e-15);
     ASSERT_TRUE(r.IntersectPlanes(CPlane(1, 0, 0, -1), CPlane(0, 1, -1, -2)));
-    EXPECT_NEAR(r.origin.DistanceTo(CPoint3d(1, 0, -2)), 0.0, 1e-15);
-
+    EXPECT_NEAR(r.origin.DistanceTo(P(1, 0, -2)), 0.0, 1e-15);
     // Parallel and coincident planes: false, ray untouched.
-    EXPECT_FALSE(r.IntersectPlanes(CPlane(0, 0, 1, 0), CPlane(0, 0, -1, 3)));
-    EXPECT_FALSE(r.IntersectPlanes(CPlane(0, 1, 0, 0), CPlane(0, 1, 0, 0)));
-    EXPECT_NEAR(r.origin.DistanceTo(CPoint3d(1, 0, -2)), 0.0, 1e-15);
+    EXPECT_FALSE(r.IntersectPlanes(CPlane(0, 0, 1, 0), CPlane(0, 0, -1, 3)) ||
+                 r.IntersectPlanes(CPlane(0, 1, 0, 0), CPlane(0, 1, 0, 0)));
+    EXPECT_NEAR(r.origin.DistanceTo(P(1, 0, -2)), 0.0, 1e-15);
 
     std::mt19937 rng(8);
     std::uniform_real_distribution<double> u(-1, 1);
@@ -232,8 +199,7 @@ TEST(Ray3d, IntersectPlanesSolvesOnTheDominantCoordinatePlane) {
         const CVector3d v = p1.Normal() * p2.Normal();
         if (v.Length() < 1e-2) continue;
         ASSERT_TRUE(r.IntersectPlanes(p1, p2));
-        EXPECT_NEAR(p1.SignedDistance(r.origin), 0.0, 1e-9);
-        EXPECT_NEAR(p2.SignedDistance(r.origin), 0.0, 1e-9);
+        EXPECT_NEAR(std::fabs(p1.SignedDistance(r.origin)) + std::fabs(p2.SignedDistance(r.origin)), 0.0, 1e-9);
         EXPECT_NEAR(Dot(r.direction, v), v.Length(), 1e-12);
         const double ax = std::fabs(r.direction.x), ay = std::fabs(r.direction.y), az = std::fabs(r.direction.z);
         EXPECT_EQ(Coord(r.origin, (ax >= ay && ax >= az) ? 0 : (ay >= az ? 1 : 2)), 0.0);
@@ -241,19 +207,17 @@ TEST(Ray3d, IntersectPlanesSolvesOnTheDominantCoordinatePlane) {
 }
 
 TEST(Ray3d, IntersectZ) {
-    const CRay3d r(CPoint3d(1, 2, 3), CUnitVector3d(0, 3, -4));
+    const CRay3d r(P(1, 2, 3), U(0, 3, -4));
     double t = 0;
-    ASSERT_TRUE(r.IntersectZ(-1.0, t));
+    P p;
+    ASSERT_TRUE(r.IntersectZ(-1.0, t) && r.IntersectZ(7.0, p));
     EXPECT_DOUBLE_EQ(t, 5.0);
-    CPoint3d p;
-    ASSERT_TRUE(r.IntersectZ(7.0, p));
-    EXPECT_DOUBLE_EQ(p.y, -1.0);
-    EXPECT_DOUBLE_EQ(p.z, 7.0);
+    EXPECT_TRUE(std::fabs(p.y + 1.0) < 1e-15 && p.z == 7.0);
     // A horizontal ray: false, outputs untouched; the guard is strict at 1e-10.
     t = 9;
-    EXPECT_FALSE(CRay3d(CPoint3d(0, 0, 1), CUnitVector3d(1, 1, 0)).IntersectZ(0.0, t));
+    EXPECT_FALSE(CRay3d(P(0, 0, 1), U(1, 1, 0)).IntersectZ(0.0, t));
     EXPECT_EQ(t, 9.0);
-    CRay3d shallow(CPoint3d(), CUnitVector3d::FromComponents(1.0, 0.0, 1e-10));
+    CRay3d shallow(P(), U::FromComponents(1.0, 0.0, 1e-10));
     EXPECT_TRUE(shallow.IntersectZ(1.0, t));
     shallow.direction.z = 0.99e-10;
     EXPECT_FALSE(shallow.IntersectZ(1.0, p));

@@ -9,8 +9,10 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
+#include <vector>
 
 using namespace velmor::geometry;
+using P = CPoint3d;
 
 namespace {
 
@@ -20,9 +22,11 @@ CTransformation Affine(const double (&m)[9], const double (&t)[3], double s) {
     std::copy(m, m + 9, x.matrix);
     std::copy(t, t + 3, x.translation);
     x.scale = s;
-    x.isIdentity = false;
-    x.isOrthogonal = false;
+    x.isIdentity = x.isOrthogonal = false;
     return x;
+}
+CTransformation Scaling(double s, const double (&t)[3] = {0, 0, 0}) {
+    return Affine({1, 0, 0, 0, 1, 0, 0, 0, 1}, t, s);
 }
 
 CTransformation RandomAffine(std::mt19937& rng) {
@@ -31,21 +35,18 @@ CTransformation RandomAffine(std::mt19937& rng) {
         double m[9];
         for (double& v : m) v = u(rng);
         for (int i = 0; i < 3; ++i) m[4 * i] += 1.5 * (u(rng) < 0 ? -1 : 1);  // keep it well conditioned
-        const double t[3] = {10 * u(rng), 10 * u(rng), 10 * u(rng)};
-        const double s = (u(rng) < 0 ? -1 : 1) * (0.25 + 2 * (u(rng) + 1));
-        CTransformation x = Affine(m, t, s);
+        const CTransformation x =
+            Affine(m, {10 * u(rng), 10 * u(rng), 10 * u(rng)}, (u(rng) < 0 ? -1 : 1) * (0.25 + 2 * (u(rng) + 1)));
         if (std::fabs(x.GetDeterminant()) > 0.1) return x;
     }
 }
 
 CBoundingBox3d Box(double x0, double x1, double y0, double y1, double z0, double z1) {
-    return CBoundingBox3d(CPoint3d(x0, y0, z0), CPoint3d(x1, y1, z1));
+    return CBoundingBox3d(P(x0, y0, z0), P(x1, y1, z1));
 }
 
-void ExpectRange(const CRange& r, double lo, double hi, double eps) {
-    EXPECT_NEAR(r.min, lo, eps);
-    EXPECT_NEAR(r.max, hi, eps);
-}
+// Ranges of a box as {x.min, x.max, y.min, ...}.
+std::vector<double> Ranges(const CBoundingBox3d& b) { return {b.x.min, b.x.max, b.y.min, b.y.max, b.z.min, b.z.max}; }
 
 }  // namespace
 
@@ -57,71 +58,48 @@ TEST(TransformApply, PlaneMovesWithItsPoints) {
         const CPlane pl(u(rng), u(rng), u(rng), 5 * u(rng));
         const CPlane moved = x * pl;
         EXPECT_NEAR(moved.a * moved.a + moved.b * moved.b + moved.c * moved.c, 1.0, 1e-12);
-        for (int k = 0; k < 3; ++k) {
-            CPoint3d on = pl.Project(CPoint3d(5 * u(rng), 5 * u(rng), 5 * u(rng)));
-            x.Transform(on);
-            ASSERT_NEAR(moved.SignedDistance(on), 0.0, 1e-9) << i;
-        }
+        P on = pl.Project(P(5 * u(rng), 5 * u(rng), 5 * u(rng)));
+        x.Transform(on);
+        ASSERT_NEAR(moved.SignedDistance(on), 0.0, 1e-9) << i;
         // A point above stays on the side its signed distance times the scale gives.
-        CPoint3d above(pl.GetPoint(), 2.0, pl.Normal());
+        P above(pl.GetPoint(), 2.0, pl.Normal());
         const double before = pl.SignedDistance(above);
         x.Transform(above);
         EXPECT_GT(moved.SignedDistance(above) * before * x.scale, 0.0);
     }
-
-    // The plane x = 1 under a stretch of x by 2 and a shift by 3 becomes x = 5.
+    // x = 1 under a stretch of x by 2 and a shift by 3 becomes x = 5; the array form
+    // is not renormalised: (1/2, 0, 0, -5/2).
     const CTransformation stretch = Affine({2, 0, 0, 0, 1, 0, 0, 0, 1}, {3, 0, 0}, 1.0);
     CPlane x1(1, 0, 0, -1);
     stretch.Transform(x1);
-    EXPECT_DOUBLE_EQ(x1.a, 1.0);
-    EXPECT_DOUBLE_EQ(x1.d, -5.0);
-    // The array form is not renormalised: (1/2, 0, 0, -5/2), the same plane.
-    double eq[4] = {1, 0, 0, -1};
+    EXPECT_TRUE(std::fabs(x1.a - 1.0) < 1e-15 && std::fabs(x1.d + 5.0) < 1e-15);
+    double eq[4] = {1, 0, 0, -1}, eq2[4] = {0, 0, 1, -1};
     stretch.Transform(eq);
-    EXPECT_DOUBLE_EQ(eq[0], 0.5);
-    EXPECT_DOUBLE_EQ(eq[3], -2.5);
-    // A uniform scale enters through d.
-    const CTransformation twice = Affine({1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 0}, 2.0);
-    double eq2[4] = {0, 0, 1, -1};
-    twice.Transform(eq2);
-    EXPECT_DOUBLE_EQ(eq2[2], 1.0);
-    EXPECT_DOUBLE_EQ(eq2[3], -2.0);
+    Scaling(2.0).Transform(eq2);  // a uniform scale enters through d
+    EXPECT_TRUE(std::fabs(eq[0] - 0.5) < 1e-15 && std::fabs(eq[3] + 2.5) < 1e-15);
+    EXPECT_TRUE(std::fabs(eq2[2] - 1.0) < 1e-15 && std::fabs(eq2[3] + 2.0) < 1e-15);
 
-    // The identity leaves even an unnormalised plane as it is.
-    CPlane raw;
+    CPlane raw;  // the identity leaves even an unnormalised plane as it is
     raw.c = 2.0;
     raw.d = 3.0;
     CTransformation().Transform(raw);
-    EXPECT_EQ(raw.c, 2.0);
-    EXPECT_EQ(raw.d, 3.0);
-
-    // A singular transformation cannot be inverted and transforms with itself; the
-    // collapsed normal is stored unnormalised.
-    const CTransformation flat = Affine({0, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 0}, 1.0);
+    EXPECT_TRUE(raw.c == 2.0 && raw.d == 3.0);
+    // A singular transformation transforms with itself; the collapsed normal stays unnormalised.
     CPlane xPlane(1, 0, 0, -1);
-    flat.Transform(xPlane);
-    EXPECT_EQ(xPlane.a, 0.0);
-    EXPECT_EQ(xPlane.b, 0.0);
-    EXPECT_EQ(xPlane.c, 0.0);
-    EXPECT_EQ(xPlane.d, -1.0);
+    Affine({0, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 0}, 1.0).Transform(xPlane);
+    EXPECT_TRUE(xPlane.a == 0.0 && xPlane.b == 0.0 && xPlane.c == 0.0 && xPlane.d == -1.0);
 }
 
 TEST(TransformApply, RayReportsTheStretchOfItsDirection) {
-    const CTransformation twice = Affine({1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 0}, 2.0);
-    CRay3d r(CPoint3d(1, 2, 3), CUnitVector3d(0, 0.6, 0.8));
-    EXPECT_DOUBLE_EQ(twice.Transform(r), 2.0);
-    EXPECT_DOUBLE_EQ(r.origin.z, 6.0);
-    EXPECT_NEAR(r.direction.y, 0.6, 1e-15);
-    EXPECT_TRUE(r.IsValidObj());
-
-    const CTransformation stretch = Affine({1, 0, 0, 0, 2, 0, 0, 0, 3}, {5, 0, 0}, 1.0);
-    CRay3d s(CPoint3d(0, 0, 0), CUnitVector3d(0, 0.6, 0.8));
-    EXPECT_DOUBLE_EQ(stretch.Transform(s), std::sqrt(1.2 * 1.2 + 2.4 * 2.4));
+    CRay3d r(P(1, 2, 3), CUnitVector3d(0, 0.6, 0.8));
+    EXPECT_DOUBLE_EQ(Scaling(2.0).Transform(r), 2.0);
+    EXPECT_TRUE(std::fabs(r.origin.z - 6.0) < 1e-15 && std::fabs(r.direction.y - 0.6) < 1e-15 && r.IsValidObj());
+    CRay3d s(P(0, 0, 0), CUnitVector3d(0, 0.6, 0.8));
+    EXPECT_DOUBLE_EQ(Affine({1, 0, 0, 0, 2, 0, 0, 0, 3}, {5, 0, 0}, 1.0).Transform(s),
+                     std::sqrt(1.2 * 1.2 + 2.4 * 2.4));
     EXPECT_EQ(s.origin.x, 5.0);
-
-    CRay3d same(CPoint3d(1, 2, 3), CUnitVector3d(1, 0, 0));
-    EXPECT_EQ(CTransformation().Transform(same), 1.0);
-    EXPECT_EQ(same.origin.x, 1.0);
+    CRay3d same(P(1, 2, 3), CUnitVector3d(1, 0, 0));
+    EXPECT_TRUE(CTransformation().Transform(same) == 1.0 && same.origin.x == 1.0);
 
     // operator* works on a copy; operator*= transforms the direction as a vector,
     // which agrees with the two-point form up to rounding.
@@ -129,15 +107,13 @@ TEST(TransformApply, RayReportsTheStretchOfItsDirection) {
     std::uniform_real_distribution<double> u(-1, 1);
     for (int i = 0; i < 200; ++i) {
         const CTransformation x = RandomAffine(rng);
-        const CRay3d ray(CPoint3d(u(rng), u(rng), u(rng)), CUnitVector3d(u(rng), u(rng), u(rng)));
+        const CRay3d ray(P(u(rng), u(rng), u(rng)), CUnitVector3d(u(rng), u(rng), u(rng)));
         const CRay3d copy = x * ray;
         CRay3d inPlace = ray;
         inPlace *= x;
-        EXPECT_EQ(copy.origin.x, inPlace.origin.x);
-        EXPECT_EQ(copy.origin.z, inPlace.origin.z);
+        EXPECT_TRUE(copy.origin.x == inPlace.origin.x && copy.origin.z == inPlace.origin.z);
         EXPECT_NEAR(Dot(copy.direction, inPlace.direction), 1.0, 1e-12);
-        // Points of the ray map onto the transformed ray.
-        CPoint3d p(ray.origin, 3 * u(rng), ray.direction);
+        P p(ray.origin, 3 * u(rng), ray.direction);  // points of the ray map onto the transformed ray
         x.Transform(p);
         EXPECT_NEAR(p.DistanceTo(copy), 0.0, 1e-9);
     }
@@ -148,32 +124,21 @@ TEST(TransformApply, BoxStaysOrderedUnderMirrorAndNegativeScale) {
     CTransformation turn = Affine({c, -s, 0, s, c, 0, 0, 0, 1}, {0, 0, 0}, 1.0);
     turn.isOrthogonal = true;
     const CBoundingBox3d unit = Box(0, 1, 0, 1, 0, 1);
-    const CBoundingBox3d turned = turn * unit;
-    ExpectRange(turned.x, -s, c, 1e-15);
-    ExpectRange(turned.y, 0, s + c, 1e-15);
-    ExpectRange(turned.z, 0, 1, 0);
+    const std::vector<double> turned = Ranges(turn * unit), expected = {-s, c, 0, s + c, 0, 1};
+    for (int k = 0; k < 6; ++k) EXPECT_NEAR(turned[k], expected[k], 1e-15) << k;
     EXPECT_EQ(unit.x.max, 1.0);  // operator* leaves its argument alone
 
     const CBoundingBox3d b = Box(1, 2, 3, 4, 5, 6);
-    const CBoundingBox3d negated = Affine({1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 0}, -1.0) * b;
-    ExpectRange(negated.x, -2, -1, 0);
-    ExpectRange(negated.y, -4, -3, 0);
-    ExpectRange(negated.z, -6, -5, 0);
-    const CBoundingBox3d mirrored = Affine({-1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 0}, 1.0) * b;
-    ExpectRange(mirrored.x, -2, -1, 0);
-    ExpectRange(mirrored.y, 3, 4, 0);
-    // Translation, then scale: (p + t) * s.
-    const CBoundingBox3d moved = Affine({1, 0, 0, 0, 1, 0, 0, 0, 1}, {1, 0, 0}, -2.0) * b;
-    ExpectRange(moved.x, -6, -4, 0);
-
+    EXPECT_EQ(Ranges(Scaling(-1.0) * b), (std::vector<double>{-2, -1, -4, -3, -6, -5}));
+    EXPECT_EQ(Ranges(Affine({-1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 0}, 1.0) * b),
+              (std::vector<double>{-2, -1, 3, 4, 5, 6}));
+    EXPECT_EQ(Ranges(Scaling(-2.0, {1, 0, 0}) * b)[0], -6.0);  // translation, then scale: (p + t) * s
     CBoundingBox3d empty;
     empty.Clear();
-    const CBoundingBox3d stillEmpty = turn * empty;
-    EXPECT_EQ(stillEmpty.x.min, 1e30);
-    EXPECT_EQ(stillEmpty.z.max, -1e30);
+    EXPECT_EQ(Ranges(turn * empty), Ranges(empty));
     CBoundingBox3d same = b;
     CTransformation().Transform(same);
-    EXPECT_EQ(same.y.min, 3.0);
+    EXPECT_EQ(Ranges(same), Ranges(b));
 
     // The result is the tight box of the eight transformed corners.
     std::mt19937 rng(99);
@@ -182,19 +147,14 @@ TEST(TransformApply, BoxStaysOrderedUnderMirrorAndNegativeScale) {
         const CTransformation x = RandomAffine(rng);
         const double x0 = 5 * u(rng), y0 = 5 * u(rng), z0 = 5 * u(rng);
         const CBoundingBox3d box = Box(x0, x0 + 2 * (u(rng) + 1), y0, y0 + 1, z0, z0 + 3 * (u(rng) + 1));
-        const CBoundingBox3d out = x * box;
         CBoundingBox3d corners;
         corners.Clear();
         for (int k = 0; k < 8; ++k) {
-            CPoint3d p = box.GetCorner(k);
+            P p = box.GetCorner(k);
             x.Transform(p);
             corners.Add(p);
         }
-        ASSERT_LE(out.x.min, out.x.max);
-        ASSERT_LE(out.y.min, out.y.max);
-        ASSERT_LE(out.z.min, out.z.max);
-        ExpectRange(out.x, corners.x.min, corners.x.max, 1e-9);
-        ExpectRange(out.y, corners.y.min, corners.y.max, 1e-9);
-        ExpectRange(out.z, corners.z.min, corners.z.max, 1e-9);
+        const std::vector<double> out = Ranges(x * box), ref = Ranges(corners);
+        for (int k = 0; k < 6; ++k) EXPECT_NEAR(out[k], ref[k], 1e-9) << i << " " << k;
     }
 }
