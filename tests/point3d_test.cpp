@@ -184,6 +184,10 @@ TEST(CPoint3d, IntersectGeneralCase) {
         {{kNaN, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, 0, -1, -1, kUnset},
         {{0, 0, 0}, {1, 0, 0}, {0, kNaN, 0}, {0, kNaN, 0}, 0, -1, -1, kUnset},
     });
+    // The overload without parameters answers whether the classifier found anything.
+    CPoint3d at(7, 7, 7);
+    EXPECT_TRUE(at.Intersect({0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}) && at.Equals({1, 1, 0}, 1e-12));
+    EXPECT_FALSE(at.Intersect({0, 0, 0}, {2, 0, 0}, {1, -1, 1}, {1, 1, 1}) || !at.Equals({1, 1, 0}, 1e-12));
 }
 
 TEST(CPoint3d, IntersectCollinearReportsOnePointInteriorFirst) {
