@@ -185,7 +185,7 @@ TEST(CPoint3d, IntersectGeneralCase) {
         {{0, 0, 0}, {1, 0, 0}, {0, kNaN, 0}, {0, kNaN, 0}, 0, -1, -1, kUnset},
     });
     // The overload without parameters answers whether the classifier found anything.
-    CPoint3d at(7, 7, 7);
+    P at(7, 7, 7);
     EXPECT_TRUE(at.Intersect({0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}) && at.Equals({1, 1, 0}, 1e-12));
     EXPECT_FALSE(at.Intersect({0, 0, 0}, {2, 0, 0}, {1, -1, 1}, {1, 1, 1}) || !at.Equals({1, 1, 0}, 1e-12));
 }
