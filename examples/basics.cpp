@@ -38,7 +38,7 @@ int main() {
     CPoint3d crossing;
     double t = 0.0, u = 0.0;
     const int code = crossing.Intersect({0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}, &t, &u);
-    std::cout << "segments (0,0,0)-(2,2,0) and (0,2,0)-(2,0,0) meet at " << crossing << ", code " << code
-              << ", t " << t << ", u " << u << "\n";
+    std::cout << "segments (0,0,0)-(2,2,0) and (0,2,0)-(2,0,0) meet at " << crossing << ", code " << code << ", t " << t
+              << ", u " << u << "\n";
     return 0;
 }

@@ -8,14 +8,14 @@
 #define PLENAR_GEOMETRY_EXPORT_H
 
 #if defined(_WIN32)
-#  if defined(PLENAR_BUILDING_LIBRARY)
-#    define PLENAR_API __declspec(dllexport)
-#  else
-#    define PLENAR_API __declspec(dllimport)
-#  endif
+#if defined(PLENAR_BUILDING_LIBRARY)
+#define PLENAR_API __declspec(dllexport)
+#else
+#define PLENAR_API __declspec(dllimport)
+#endif
 #else
 /// Marks a class, function or global as part of the exported interface.
-#  define PLENAR_API __attribute__((visibility("default")))
+#define PLENAR_API __attribute__((visibility("default")))
 #endif
 
 /// Major version: the SONAME is libPlenar.so.16.

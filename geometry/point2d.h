@@ -44,11 +44,23 @@ public:
     /// Both components divided by s; unguarded, a zero s gives infinities.
     constexpr CVector2d operator/(double s) const noexcept { return {x / s, y / s}; }
     /// Adds v component-wise.
-    CVector2d& operator+=(const CVector2d& v) noexcept { x += v.x; y += v.y; return *this; }
+    CVector2d& operator+=(const CVector2d& v) noexcept {
+        x += v.x;
+        y += v.y;
+        return *this;
+    }
     /// Subtracts v component-wise.
-    CVector2d& operator-=(const CVector2d& v) noexcept { x -= v.x; y -= v.y; return *this; }
+    CVector2d& operator-=(const CVector2d& v) noexcept {
+        x -= v.x;
+        y -= v.y;
+        return *this;
+    }
     /// Multiplies both components by s.
-    CVector2d& operator*=(double s) noexcept { x *= s; y *= s; return *this; }
+    CVector2d& operator*=(double s) noexcept {
+        x *= s;
+        y *= s;
+        return *this;
+    }
     /// Exact comparison, no tolerance.
     constexpr bool operator==(const CVector2d& v) const noexcept { return x == v.x && y == v.y; }
     /// Exact comparison, no tolerance.
@@ -89,9 +101,17 @@ public:
     /// The vector from p to this point.
     constexpr CVector2d operator-(const CPoint2d& p) const noexcept { return {x - p.x, y - p.y}; }
     /// Moves this point by v.
-    CPoint2d& operator+=(const CVector2d& v) noexcept { x += v.x; y += v.y; return *this; }
+    CPoint2d& operator+=(const CVector2d& v) noexcept {
+        x += v.x;
+        y += v.y;
+        return *this;
+    }
     /// Moves this point by -v.
-    CPoint2d& operator-=(const CVector2d& v) noexcept { x -= v.x; y -= v.y; return *this; }
+    CPoint2d& operator-=(const CVector2d& v) noexcept {
+        x -= v.x;
+        y -= v.y;
+        return *this;
+    }
     /// Exact comparison, no tolerance.
     constexpr bool operator==(const CPoint2d& p) const noexcept { return x == p.x && y == p.y; }
     /// Exact comparison, no tolerance.

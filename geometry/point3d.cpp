@@ -193,16 +193,22 @@ int CPoint3d::Intersect(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& 
             const double tt = Dot(w * b, c);
             const CPoint3d pa = p1 + a * tt;
             int s1 = 0;
-            if (pa.Equals(p1, tol)) s1 = 1;
-            else if (pa.Equals(p2, tol)) s1 = 2;
-            else if (tt > 0.0 && tt < 1.0) s1 = 4;
+            if (pa.Equals(p1, tol))
+                s1 = 1;
+            else if (pa.Equals(p2, tol))
+                s1 = 2;
+            else if (tt > 0.0 && tt < 1.0)
+                s1 = 4;
             if (s1 != 0) {
                 const double uu = Dot(w * a, c);
                 const CPoint3d pb = p3 + b * uu;
                 int s2 = 0;
-                if (pb.Equals(p3, tol)) s2 = 8;
-                else if (pb.Equals(p4, tol)) s2 = 16;
-                else if (uu > 0.0 && uu < 1.0) s2 = 32;
+                if (pb.Equals(p3, tol))
+                    s2 = 8;
+                else if (pb.Equals(p4, tol))
+                    s2 = 16;
+                else if (uu > 0.0 && uu < 1.0)
+                    s2 = 32;
                 // The lines must really meet, not pass each other.
                 if (s2 != 0 && pa.Equals(pb, tol)) result = s2 | s1, tOut = tt, uOut = uu, at = Midpoint(pa, pb);
             }
@@ -229,8 +235,10 @@ int CPoint3d::Intersect(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& 
         }
     }
 
-    if (result == 0) tOut = uOut = -1.0;
-    else *this = at;
+    if (result == 0)
+        tOut = uOut = -1.0;
+    else
+        *this = at;
     if (t) *t = tOut;
     if (u) *u = uOut;
     return result;

@@ -6,6 +6,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+./scripts/check-format.sh
+
 cmake --workflow --preset release
 cmake --workflow --preset sanitize
 cmake --workflow --preset clang
