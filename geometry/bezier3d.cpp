@@ -36,16 +36,28 @@ void SecondLevel(const CBezier3d& c, double t, CPoint3d& b0, CPoint3d& b1) {
 // p3. 1024 levels keep the worst stack in the hundreds of kilobytes.
 constexpr int DrawDepthBudget = 1024;
 
-void DrawPiece(const CBezier3d& piece, IBezier3dDraw& sink, double tol, int budget) {
-    if (budget == 0 || piece.IsStraight(tol)) {
+// How many halvings one Draw call may make in total. The depth budget bounds the
+// stack but not the work: a finite curve a thousand billion billion billion units
+// across at tol 0.001 is straight only after some 10^16 pieces, which no caller
+// could wait for. Past this many halvings every piece still to come is ended at
+// its end point, as at the depth budget, so the call sends at most
+// DrawSplitBudget + DrawDepthBudget + 1 vertices and the polyline still arrives
+// at p3. A flattening into at most 2^20 + 1 pieces (a million vertices, far
+// beyond what any drawing uses) needs at most 2^20 halvings and is unchanged.
+// The bound also keeps the worst call to a fraction of a second.
+constexpr long DrawSplitBudget = 1L << 20;
+
+void DrawPiece(const CBezier3d& piece, IBezier3dDraw& sink, double tol, int depth, long& splits) {
+    if (depth == 0 || splits == 0 || piece.IsStraight(tol)) {
         sink.LineTo(piece.p3);
         return;
     }
+    --splits;
     CBezier3d left;
     CBezier3d right;
     piece.Split(left, right);
-    DrawPiece(left, sink, tol, budget - 1);
-    DrawPiece(right, sink, tol, budget - 1);
+    DrawPiece(left, sink, tol, depth - 1, splits);
+    DrawPiece(right, sink, tol, depth - 1, splits);
 }
 
 }  // namespace
@@ -96,7 +108,8 @@ void CBezier3d::Draw(IBezier3dDraw* sink, double tol) const {
     // infinite control point, can never give a straight piece.
     if (!(tol > 0.0 && tol * tol > 0.0)) return;
     if (!(p0.IsValidObj() && p1.IsValidObj() && p2.IsValidObj() && p3.IsValidObj())) return;
-    DrawPiece(*this, *sink, tol, DrawDepthBudget);
+    long splits = DrawSplitBudget;
+    DrawPiece(*this, *sink, tol, DrawDepthBudget, splits);
 }
 
 }  // namespace velmor::geometry

@@ -88,7 +88,10 @@ public:
     /// Nothing is sent for a null sink, a tolerance that is not positive (or whose
     /// square vanishes), or a non-finite control point. A tolerance finer than the
     /// rounding of the coordinates can leave pieces that halving no longer changes;
-    /// after 1024 levels such a piece is ended at its end point.
+    /// after 1024 levels such a piece is ended at its end point. One call halves at
+    /// most 2^20 times in all (a flattening into up to 2^20 + 1 pieces is never
+    /// affected); past that, every remaining piece is ended at its end point, so a
+    /// huge curve at a fine tolerance still finishes and still arrives at p3.
     void Draw(IBezier3dDraw* sink, double tol) const;
 };
 

@@ -161,3 +161,25 @@ TEST(Bezier3d, DrawEndsOnInputThatHalvingCannotFinish) {
     EXPECT_TRUE(drawn.size() > 3 && drawn.size() < 3 * 5000) << drawn.size();
     EXPECT_EQ(drawn, Coords(drawn.size(), e));
 }
+
+TEST(Bezier3d, DrawBoundsTheTotalWorkOfHugeFiniteCurves) {
+    // Finite, 2^100 units across at tol 0.001: halving would need some 10^16 pieces.
+    // The call still finishes, sends a bounded number of vertices, all finite, and
+    // ends at p3.
+    const double h = 0x1.93e5939a08ceap+99;
+    const CBezier3d huge(P(0, 0, 0), P(0, 0, -h), P(0, 0, 0), P(0, h, -1));
+    Recorder r;
+    huge.Draw(&r, 0.001);
+    const std::size_t n = r.xyz.size() / 3;
+    EXPECT_TRUE(n > 1000 && n <= (std::size_t{1} << 20) + 1025) << n;
+    for (double v : r.xyz) ASSERT_TRUE(std::isfinite(v));
+    EXPECT_EQ(Coords(r.xyz.end() - 3, r.xyz.end()), Flat({huge.p3}));
+
+    // A flattening into a million pieces (2^20, every one halved down to the same
+    // level) is still exactly plain halving: the bound never cuts short a drawing a
+    // caller could use.
+    const CBezier3d big = Scaled(kArch, 0x1p28);
+    const Coords drawn = Drawn(big, 0.001);
+    EXPECT_EQ(drawn.size() / 3, std::size_t{1} << 20);
+    EXPECT_EQ(drawn, Drawn(big, 0.001, true));
+}

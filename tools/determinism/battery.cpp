@@ -8,10 +8,15 @@
 // arithmetic only, so the inputs themselves never depend on the build. Every NaN
 // prints as "nan": the sign and payload of a NaN are not part of any result.
 #include <geometry/affinetransform.h>
+#include <geometry/arc3d.h>
+#include <geometry/bezier3d.h>
 #include <geometry/boundingbox.h>
+#include <geometry/circle3d.h>
 #include <geometry/cubicbezier2f.h>
+#include <geometry/ellipse2f.h>
 #include <geometry/geometryutils.h>
 #include <geometry/geomfilter.h>
+#include <geometry/line3d.h>
 #include <geometry/lineclipper.h>
 #include <geometry/mathutil.h>
 #include <geometry/matrix3x3.h>
@@ -22,6 +27,7 @@
 #include <geometry/point3d.h>
 #include <geometry/point4d.h>
 #include <geometry/polygon2d.h>
+#include <geometry/polygonmesh.h>
 #include <geometry/quaternion.h>
 #include <geometry/rangef.h>
 #include <geometry/ray3d.h>
@@ -710,6 +716,287 @@ void Drawing2d(Rng& rng) {
 }
 
 // ---------------------------------------------------------------------------
+// Subsystem: 2D float curves (cubic Bezier, ellipse)
+
+Out& Hits(Out& o, const CurveIntersections2f& hits) {
+    o.I(static_cast<long long>(hits.points.size()));
+    for (const IntersectionPoint2f& h : hits.points) o.P2f(h.point).F(h.t1).F(h.t2);
+    return o;
+}
+
+void Curves2d(Rng& rng) {
+    for (int i = 0; i < Rounds; ++i) {
+        const CPoint2f p0 = rng.Point2f();
+        const CPoint2f p1 = rng.Point2f();
+        const CPoint2f p2 = rng.Point2f();
+        const CCubicBezier2f c(p0, p1, p2, rng.Point2f());
+        const float t = static_cast<float>(rng.Unit());
+        CPoint2f at;
+        CVector2f tangent;
+        const bool evaluated = c.Evaluate(t, at, tangent);
+        CCubicBezier2f left, right;
+        c.Split(t, left, right);
+        Out("bez2f.eval")
+            .P2f(c.EvaluatePoint(t))
+            .B(evaluated)
+            .P2f(at)
+            .F(tangent.x)
+            .F(tangent.y)
+            .P2f(left.p1)
+            .P2f(left.p2)
+            .P2f(left.p3)
+            .P2f(right.p1)
+            .P2f(right.p2);
+        CRect2f hull;
+        const bool might = c.MightIntersectBounds(&hull);
+        const CPoint2f probe = rng.Point2f();
+        const float tol = static_cast<float>(rng.Unit() * 2.0 + 0.01);
+        float onT = 0.0f;
+        const bool onCurve = c.ParameterOfPointOnCurve(probe, tol, onT);
+        float refined = t;
+        const bool refinedOk = c.RefineClosestPointOnCurve(probe, refined);
+        const CRect2f r = rng.Rect();
+        Out("bez2f.bounds")
+            .Rect(c.ControlPointBounds())
+            .Rect(c.Bounds())
+            .B(might)
+            .Rect(hull)
+            .B(c.IsLine(tol))
+            .B(c.PointInConvexHullOfControlPoints(probe, tol))
+            .B(onCurve)
+            .F(onT)
+            .B(refinedOk)
+            .F(refined)
+            .B(c.PointIsOnCurve(probe, tol))
+            .B(c.Intersects(r))
+            .B(c.IsInside(r));
+
+        std::vector<CPoint2f> flat;
+        c.ApproximateWithPolyline(flat, tol);
+        Out o("bez2f.flatten");
+        o.I(static_cast<long long>(flat.size()));
+        for (const CPoint2f& q : flat) o.P2f(q);
+
+        std::vector<CPoint2f> arc;
+        const CPoint2f center = rng.Point2f();
+        const float radius = rng.FiniteF();
+        const float a0 = static_cast<float>(rng.Angle());
+        CCubicBezier2f::ApproximateArc(center, radius, a0, static_cast<float>(rng.Angle()), arc);
+        Out oa("bez2f.arc");
+        oa.I(static_cast<long long>(arc.size()));
+        for (const CPoint2f& q : arc) oa.P2f(q);
+
+        // Finite curves on a coarse grid, so that crossings, touches and shared
+        // end points are common.
+        auto grid = [&rng] {
+            const float x = static_cast<float>(rng.Int(-8, 8)) * 0.5f;
+            return CPoint2f(x, static_cast<float>(rng.Int(-8, 8)) * 0.5f);
+        };
+        const CPoint2f g0 = grid(), g1 = grid(), g2 = grid(), g3 = grid();
+        const CCubicBezier2f d(g0, g1, g2, g3);
+        const CPoint2f h0 = grid(), h1 = grid(), h2 = grid(), h3 = grid();
+        const CCubicBezier2f e(h0, h1, h2, h3);
+        const Rangef whole(0.0f, 1.0f);
+        CurveIntersections2f withLine;
+        const bool lineHit = d.IntersectWithLine(h0, h3, whole, whole, withLine);
+        Out ol("bez2f.x.line");
+        ol.B(lineHit);
+        Hits(ol, withLine);
+        CurveIntersections2f withCurve;
+        const bool curveHit = d.IntersectWithBezier(e, whole, whole, withCurve);
+        Out oc("bez2f.x.bezier");
+        oc.B(curveHit);
+        Hits(oc, withCurve);
+
+        const float rx = rng.FiniteF();
+        const float ry = rng.FiniteF();
+        const CEllipse2f el(center, rx, ry, static_cast<float>(rng.Angle()));
+        const CEllipse2f fromRect(r, static_cast<float>(rng.Angle()));
+        const float u = static_cast<float>(rng.Angle());
+        CPoint2f ep;
+        CVector2f et;
+        el.EvalPointAndTangent(u, ep, et);
+        CPoint2f gp;
+        CVector2f gt;
+        fromRect.GetPointAndTangentAtParameter(u, gp, gt);
+        CPoint2f outline[7];
+        el.GetPoints(7, outline);
+        Out oe("ellipse2f");
+        oe.P2f(ep)
+            .F(et.x)
+            .F(et.y)
+            .P2f(gp)
+            .F(gt.x)
+            .F(gt.y)
+            .P2f(el.GetPointAtParameter(u))
+            .F(el.GetTangentAtParameter(u).x)
+            .F(el.ParameterOfClosestPoint(probe))
+            .F(fromRect.ParameterOfClosestPoint(probe));
+        for (const CPoint2f& q : outline) oe.P2f(q);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Subsystem: 3D curves, bounded lines and meshes
+
+class Collect : public IBezier3dDraw {
+public:
+    void LineTo(const CPoint3d& p) override { points.push_back(p); }
+    std::vector<CPoint3d> points;
+};
+
+void Curves3d(Rng& rng) {
+    for (int i = 0; i < Rounds; ++i) {
+        const CPoint3d q0 = rng.FinitePoint3d();
+        const CPoint3d q1 = rng.FinitePoint3d();
+        const CPoint3d q2 = rng.FinitePoint3d();
+        const CBezier3d b(q0, q1, q2, rng.FinitePoint3d());
+        const double t = rng.Unit();
+        CBezier3d left, right;
+        b.Split(left, right);
+        const double tol = rng.Unit() + 0.05;
+        Out("bez3d")
+            .P(b.EvaluatePoint(t))
+            .U(b.EvaluateDirection(t))
+            .Ray(b.Evaluate(rng.Coord()))
+            .P(left.p1)
+            .P(left.p2)
+            .P(left.p3)
+            .P(right.p2)
+            .B(b.IsStraight(tol));
+        Collect sink;
+        b.Draw(&sink, tol);
+        Out od("bez3d.draw");
+        od.I(static_cast<long long>(sink.points.size()));
+        for (const CPoint3d& p : sink.points) od.P(p);
+
+        const CPoint3d a = rng.Point3d();
+        CLine3d line(a, rng.Point3d());
+        const CPoint3d s = rng.Point3d();
+        CPoint3d start, end;
+        const bool hasStart = line.GetStartPoint(start);
+        const bool hasEnd = line.GetEndPoint(end);
+        Out("line3d")
+            .Ray(line)
+            .D(line.startParam)
+            .D(line.endParam)
+            .B(hasStart)
+            .P(start)
+            .B(hasEnd)
+            .P(end)
+            .B(line.IsNull());
+        line.SetStartPoint(s);
+        Out("line3d.start").Ray(line).D(line.startParam).D(line.endParam);
+        line.SetEndPoint(rng.Point3d());
+        Out("line3d.end").Ray(line).D(line.startParam).D(line.endParam);
+        line.Reverse();
+        Out("line3d.reverse").Ray(line).D(line.startParam).D(line.endParam);
+        line.SetDirection(rng.Unit3d());
+        Out("line3d.direction").Ray(line).D(line.startParam).D(line.endParam);
+        const CPoint3d onPlane = rng.Point3d();
+        const bool kept = line.TrimToPlane(CPlane(onPlane, rng.Unit3d()));
+        CRay3d semi;
+        const bool hasSemi = line.GetSemiInfiniteRay(semi);
+        const CBoundingBox3d box = rng.Box3d();
+        Out("line3d.trim")
+            .B(kept)
+            .Ray(line)
+            .D(line.startParam)
+            .D(line.endParam)
+            .B(hasSemi)
+            .Ray(semi)
+            .B(line.IntersectWith(box))
+            .I(Zone(box, s, 7))
+            .I(Zone(box, s, rng.Int(0, 7)))
+            .B(line.IsValidObj());
+
+        const CPoint3d c1 = rng.FinitePoint3d();
+        const CPoint3d c2 = rng.FinitePoint3d();
+        const CPoint3d c3 = rng.FinitePoint3d();
+        CCircle3d circle(c1, c2, c3);
+        CCircle3d fake;
+        fake.BuildFakeCircle(c1, c2, c3);
+        const double angle = rng.Angle();
+        const CPoint3d p = rng.Point3d();
+        Out("circle3d")
+            .P(circle.center)
+            .V(circle.xAxis)
+            .V(circle.yAxis)
+            .Pl(circle.plane)
+            .D(circle.radius)
+            .P(circle.Eval(angle))
+            .D(circle.ParameterOfClosestPoint(p))
+            .P(circle.Project(p))
+            .B(circle.IsTrueCircle())
+            .P(fake.center)
+            .D(fake.radius)
+            .V(fake.xAxis)
+            .P(fake.Eval(angle));
+        const CPoint3d ro = rng.Point3d();
+        const CRay3d ray(ro, rng.Unit3d());
+        CPoint3d x1, x2;
+        double t1 = 0.0, t2 = 0.0;
+        const int rayHits = ray.IntersectWith(circle, t1, t2, &x1, &x2);
+        Out("circle3d.ray").I(rayHits).D(t1).D(t2).P(x1).P(x2);
+        const CPoint3d po = rng.FinitePoint3d();
+        const CPlane plane(po, rng.Unit3d());
+        const int planeHits = plane.IntersectWith(circle, x1, x2);
+        Out("circle3d.plane").I(planeHits).P(x1).P(x2);
+        const bool resized = circle.SetRadius(rng.Finite());
+        const CUnitVector3d axis = rng.Unit3d();
+        circle *= CTransformation::Rotate(po, axis, rng.Angle());
+        Out("circle3d.moved")
+            .B(resized)
+            .P(circle.center)
+            .V(circle.xAxis)
+            .V(circle.yAxis)
+            .Pl(circle.plane)
+            .D(circle.radius);
+
+        const CArc3d arc3(c1, c2, c3);
+        const CPoint3d ac = rng.FinitePoint3d();
+        const CArc3d about(ac, c1, c2, rng.Unit3d());
+        Out("arc3d")
+            .D(arc3.startAngle)
+            .D(arc3.endAngle)
+            .P(arc3.GetStartPoint())
+            .P(arc3.GetEndPoint())
+            .B(arc3.IsNull())
+            .B(arc3.IsFullCircle(true))
+            .B(arc3.IsFullCircle(false))
+            .D(about.startAngle)
+            .D(about.endAngle)
+            .D(about.radius)
+            .P(about.GetEndPoint())
+            .B(about.IsFullCircle(true));
+
+        CPolygonMesh mesh(7);
+        const int corners = rng.Int(3, 6);
+        std::vector<CPoint3d> ring;
+        for (int k = 0; k < corners; ++k) {
+            const double x = static_cast<double>(rng.Int(-4, 4)) * 0.5;
+            const double y = static_cast<double>(rng.Int(-4, 4)) * 0.5;
+            ring.emplace_back(x, y, static_cast<double>(rng.Int(-2, 2)) * 0.5);
+        }
+        const long first = mesh.AddPolygon(static_cast<long>(corners), ring.data());
+        std::vector<long> indices;
+        for (int k = 0; k < corners; ++k) indices.push_back(rng.Int(-corners, corners));
+        const long second = mesh.AddPolygon(static_cast<long>(corners), indices.data());
+        mesh.SetNormal(1, rng.Unit3d());
+        mesh.SetUVFront(1, rng.FinitePoint3d());
+        // One draw per statement: the order of a call's arguments is unspecified.
+        const CPoint3d fixed = rng.FinitePoint3d();
+        const double sx = rng.Finite();
+        const double sy = rng.Finite();
+        mesh.Transform(CTransformation::Scale(fixed, sx, sy, rng.Finite()));
+        Out om("mesh");
+        om.I(first).I(second).I(mesh.FindPoint(ring[0])).I(static_cast<long long>(mesh.points.size()));
+        for (const CPoint3d& m : mesh.points) om.P(m);
+        om.U(mesh.GetNormal(1)).P(mesh.GetUVFront(1)).P(mesh.GetUVBack(2));
+    }
+}
+
+// ---------------------------------------------------------------------------
 // Subsystem 4: double-precision 2D polygons
 
 void Polygons(Rng& rng) {
@@ -858,5 +1145,9 @@ int main() {
     TriangleClipping(triangles);
     Rng clipping(0x5EED0006ull);
     Clipping(clipping);
+    Rng curves2d(0x5EED000Aull);
+    Curves2d(curves2d);
+    Rng curves3d(0x5EED000Bull);
+    Curves3d(curves3d);
     return 0;
 }
