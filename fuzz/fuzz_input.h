@@ -56,79 +56,8 @@ public:
     /// A count in [0, max].
     int Count(int max) { return Int(0, max); }
 
-    double Double() {
-        const std::uint8_t tag = Byte() & 15;
-        switch (tag) {
-            case 0:
-            case 1:
-            case 2:
-            case 3: {
-                std::uint64_t bits = 0;
-                for (int i = 0; i < 8; ++i) bits = (bits << 8) | Byte();
-                double v;
-                std::memcpy(&v, &bits, sizeof v);
-                return v;
-            }
-            case 4:
-            case 5:
-            case 6:
-            case 7:
-                return static_cast<double>(static_cast<std::int8_t>(Byte())) / 4.0;
-            case 8:
-                return std::numeric_limits<double>::quiet_NaN();
-            case 9:
-                return std::numeric_limits<double>::infinity();
-            case 10:
-                return -std::numeric_limits<double>::infinity();
-            case 11:
-                return (Byte() & 1) != 0 ? std::numeric_limits<double>::denorm_min() : -DBL_MIN / 4.0;
-            case 12:
-                return (Byte() & 1) != 0 ? 1e30 : -1e30;
-            case 13:
-                return -0.0;
-            case 14:
-                return 0.0;
-            default:
-                return Special(Byte());
-        }
-    }
-
-    float Float() {
-        const std::uint8_t tag = Byte() & 15;
-        switch (tag) {
-            case 0:
-            case 1:
-            case 2:
-            case 3: {
-                std::uint32_t bits = 0;
-                for (int i = 0; i < 4; ++i) bits = (bits << 8) | Byte();
-                float v;
-                std::memcpy(&v, &bits, sizeof v);
-                return v;
-            }
-            case 4:
-            case 5:
-            case 6:
-            case 7:
-                return static_cast<float>(static_cast<std::int8_t>(Byte())) / 4.0f;
-            case 8:
-                return std::numeric_limits<float>::quiet_NaN();
-            case 9:
-                return std::numeric_limits<float>::infinity();
-            case 10:
-                return -std::numeric_limits<float>::infinity();
-            case 11:
-                return (Byte() & 1) != 0 ? std::numeric_limits<float>::denorm_min() : -FLT_MIN / 4.0f;
-            case 12:
-                return (Byte() & 1) != 0 ? 1e30f : -1e30f;
-            case 13:
-                return -0.0f;
-            case 14:
-                return 0.0f;
-            default:
-                return SpecialF(Byte());
-        }
-    }
+    double Double() { return Real<double, std::uint64_t>(Special); }
+    float Float() { return Real<float, std::uint32_t>(SpecialF); }
 
     /// A tolerance argument: mostly the ones callers pass, often zero, negative
     /// or not finite.
@@ -217,6 +146,46 @@ public:
     }
 
 private:
+    // One number of type T by the tag scheme described at the top of this file;
+    // Bits is the unsigned integer of T's size, special the table of tag 15.
+    template <class T, class Bits>
+    T Real(T (*special)(std::uint8_t)) {
+        using Limits = std::numeric_limits<T>;
+        switch (Byte() & 15) {
+            case 0:
+            case 1:
+            case 2:
+            case 3: {
+                Bits bits = 0;
+                for (std::size_t i = 0; i < sizeof(T); ++i) bits = static_cast<Bits>((bits << 8) | Byte());
+                T v;
+                std::memcpy(&v, &bits, sizeof v);
+                return v;
+            }
+            case 4:
+            case 5:
+            case 6:
+            case 7:
+                return static_cast<T>(static_cast<std::int8_t>(Byte())) / T(4);
+            case 8:
+                return Limits::quiet_NaN();
+            case 9:
+                return Limits::infinity();
+            case 10:
+                return -Limits::infinity();
+            case 11:
+                return (Byte() & 1) != 0 ? Limits::denorm_min() : -Limits::min() / T(4);
+            case 12:
+                return (Byte() & 1) != 0 ? T(1e30) : T(-1e30);
+            case 13:
+                return -T(0);
+            case 14:
+                return T(0);
+            default:
+                return special(Byte());
+        }
+    }
+
     static double Special(std::uint8_t k) {
         switch (k % 24) {
             case 0:
