@@ -3,10 +3,11 @@
 #include <geometry/point2d.h>
 #include <geometry/ray3d.h>
 
+#include "support/random.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 #include <vector>
 
 #include "support/tolerance_guard.h"
@@ -36,11 +37,11 @@ void ExpectPlane(const CPlane& pl, double a, double b, double c, double d, doubl
 
 // An ellipse about centre in the plane with normal n, counter-clockwise about n,
 // each point offset along n by up to noise.
-std::vector<P> Polygon(std::mt19937& rng, const P& centre, const CUnitVector3d& n, int count, double start,
+std::vector<P> Polygon(plenar_test::SplitMix64& rng, const P& centre, const CUnitVector3d& n, int count, double start,
                        double noise = 0.0) {
     CUnitVector3d xAxis, yAxis;
     n.GetArbitraryAxes(xAxis, yAxis);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::UniformReal u(-1, 1);
     std::vector<P> pts;
     for (int k = 0; k < count; ++k) {
         const double ang = start + 6.283185307179586 * k / count;
@@ -109,8 +110,8 @@ TEST(Plane, IntersectionOfTwoPlanesLiesOnBoth) {
     ExpectPlane(Raw(line.origin.x, line.origin.z, line.direction.y, 0), 3, 2, 1, 0, 1e-15);  // N1 x N2 = +y
     EXPECT_FALSE(CPlane(0, 0, 1, -2).IntersectWith(CPlane(0, 0, -1, 7), line));
     EXPECT_NEAR(line.origin.x, 3, 1e-15);  // untouched
-    std::mt19937 rng(17);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::SplitMix64 rng(17);
+    plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 200; ++i) {
         const CPlane p1(u(rng), u(rng), u(rng), 10 * u(rng)), p2(u(rng), u(rng), u(rng), 10 * u(rng));
         const CVector3d n1n2 = p1.Normal() * p2.Normal();
@@ -128,8 +129,8 @@ TEST(Plane, BoxClassificationPicksCornersByNormalSign) {
     // Touching with a face from either side, or a point box on the plane: crossing.
     EXPECT_TRUE(x05.IntersectWith(Box(0.5, 1, 0, 1, 0, 1)) == 3 && x05.IntersectWith(Box(0, 0.5, 0, 1, 0, 1)) == 3 &&
                 x05.IntersectWith(Box(0.5, 0.5, 3, 3, 3, 3)) == 3);
-    std::mt19937 rng(5);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::SplitMix64 rng(5);
+    plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 2000; ++i) {  // against all eight corners
         const CPlane pl(u(rng), u(rng), u(rng), u(rng));
         const double x = u(rng), y = u(rng), z = u(rng), e = 0.5 * (u(rng) + 1);
@@ -207,8 +208,8 @@ TEST(Plane, MapPointUsesCanonicalFrameSoReversedPlanesAgree) {
     EXPECT_TRUE(m.x == -3.0 && m.y == 4.0);
     const CPoint2d near0 = CPlane(0, 0, 1, -0.5 * EqualTol).MapPoint(P(1, 2, 0));  // from the world origin
     EXPECT_TRUE(near0.x == 1.0 && near0.y == 2.0);
-    std::mt19937 rng(3);
-    std::uniform_real_distribution<double> u(-5, 5);
+    plenar_test::SplitMix64 rng(3);
+    plenar_test::UniformReal u(-5, 5);
     for (int i = 0; i < 100; ++i) {
         const CPlane pl(u(rng), u(rng), u(rng), u(rng));
         CPlane rev = pl;
@@ -291,8 +292,8 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
 
     // Random convex polygons from a random first vertex, so that Evaluate's third
     // point falls inside and outside the chord's index range; the fit gets noise.
-    std::mt19937 rng(11);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::SplitMix64 rng(11);
+    plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 300; ++i) {
         const CUnitVector3d n(u(rng), u(rng), u(rng));
         const P centre(10 * u(rng), 10 * u(rng), 10 * u(rng));

@@ -13,12 +13,14 @@ class SplitMix64 {
 public:
     explicit SplitMix64(std::uint64_t seed) : state_(seed) {}
 
+    /// The next 64 random bits; rng() is the same, for code written against <random>.
     std::uint64_t Next() {
         std::uint64_t z = (state_ += 0x9E3779B97F4A7C15ull);
         z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
         z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
         return z ^ (z >> 31);
     }
+    std::uint64_t operator()() { return Next(); }
     /// A double in [0, 1) with 53 random bits.
     double Unit() { return static_cast<double>(Next() >> 11) * 0x1.0p-53; }
     /// A double in [lo, hi).
@@ -32,6 +34,17 @@ public:
 
 private:
     std::uint64_t state_;
+};
+
+/// Uniform doubles in [lo, hi) with the call syntax of the standard distribution,
+/// u(rng), but the same draws on every platform.
+class UniformReal {
+public:
+    UniformReal(double lo, double hi) : lo_(lo), hi_(hi) {}
+    double operator()(SplitMix64& rng) const { return rng.Uniform(lo_, hi_); }
+
+private:
+    double lo_, hi_;
 };
 
 }  // namespace plenar_test
