@@ -17,12 +17,13 @@
 ///   - Degenerate (point-like) segments are those whose squared length is below
 ///     EqualTolSq (strict).
 ///
-/// Point-in-polygon codes are single bits so callers can mask sets of outcomes:
+/// Point-in-polygon codes are the single bits of EPolygonPosition (geometryutils.h):
 /// 1 inside, 2 on an edge, 4 on a vertex, 8 outside.
 #ifndef PLENAR_GEOMETRY_MATHUTIL_H
 #define PLENAR_GEOMETRY_MATHUTIL_H
 
 #include <geometry/export.h>
+#include <geometry/geometryutils.h>
 #include <geometry/point2d.h>
 #include <geometry/point3d.h>
 #include <geometry/tol.h>
@@ -114,10 +115,10 @@ PLENAR_API void GetPointsOnArc(const CPoint3d& center, const CUnitVector3d& xAxi
 PLENAR_API bool IntersectSegments(CPoint2d& a1, CPoint2d& a2, CPoint2d& b1, CPoint2d& b2, CPoint2d* out);
 
 /// Classifies p against the closed polygon poly[0..n-1] (the last vertex joins the
-/// first): 4 within EqualTol of a vertex, 2 on an edge, otherwise 1 (inside) or 8
-/// (outside) by the parity of crossings of the horizontal ray towards +x. A vertex
+/// first): OnPolygonVertex within EqualTol of a vertex, OnPolygonEdge on an edge,
+/// otherwise InsidePolygon or OutsidePolygon by the parity of crossings of the horizontal ray towards +x. A vertex
 /// on the ray counts only together with a lower neighbour, so a vertex touched
-/// from above is no crossing. n < 1 yields 8 without reading poly.
+/// from above is no crossing. n < 1 yields OutsidePolygon without reading poly.
 PLENAR_API int PointInPolygon(const CPoint2d& p, CPoint2d* poly, int n);
 
 }  // namespace velmor::geometry
