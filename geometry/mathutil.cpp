@@ -36,11 +36,6 @@ namespace velmor::geometry {
 
 namespace {
 
-// Fixed threshold below which the closest-point and 2D intersection routines
-// treat two directions as parallel. Absolute on purpose: it is not scaled by the
-// lengths of the segments involved.
-constexpr double ParallelThreshold = 1e-10;
-
 CPoint2d Midpoint(const CPoint2d& a, const CPoint2d& b) { return {(a.x + b.x) * 0.5, (a.y + b.y) * 0.5}; }
 
 // Whether p lies on the non-degenerate segment s1-s2: its projection parameter is
