@@ -107,8 +107,9 @@ PLENAR_API void GetPointsOnArc(const CPoint3d& center, const CUnitVector3d& xAxi
                                double radius, double sweep, int n, CPoint3d* out);
 
 /// Tolerant intersection of the 2D segments a1-a2 and b1-b2; out (may be null)
-/// receives the intersection point. Point-like segments (squared length below
-/// EqualTolSq) are replaced by their midpoints. Segments count as parallel when
+/// receives the intersection point. A point-like segment (squared length below
+/// EqualTolSq) is tested as its midpoint; the four end points are only read,
+/// although the signature takes them by non-const reference. Segments count as parallel when
 /// |A x B| < 1e-10. In the parallel case only the endpoints of b are tested
 /// against a, so collinear segments where a lies strictly inside b report no
 /// intersection while the swapped call does: callers rely on this asymmetry.
@@ -119,6 +120,7 @@ PLENAR_API bool IntersectSegments(CPoint2d& a1, CPoint2d& a2, CPoint2d& b1, CPoi
 /// otherwise InsidePolygon or OutsidePolygon by the parity of crossings of the horizontal ray towards +x. A vertex
 /// on the ray counts only together with a lower neighbour, so a vertex touched
 /// from above is no crossing. n < 1 yields OutsidePolygon without reading poly.
+/// poly is only read, although it is not a pointer to const.
 PLENAR_API int PointInPolygon(const CPoint2d& p, CPoint2d* poly, int n);
 
 }  // namespace velmor::geometry

@@ -38,11 +38,8 @@ enum ESegmentMeeting : int {
 /// A 3D position of three doubles. The origin by default; see the file description for the tolerance contract.
 class PLENAR_API CPoint3d {
 public:
-    /// x coordinate.
     double x;
-    /// y coordinate.
     double y;
-    /// z coordinate.
     double z;
 
     /// The origin.
