@@ -75,7 +75,10 @@ TEST(CPoint3d, EqualsIsStrictAndSphericalWhileOrderIsInclusive) {
     plenar_test::ToleranceGuard guard(0.125);
     const P b(0.125, -5, -5);
     // A difference of exactly EqualTol already orders but is not equal.
-    EXPECT_TRUE(o < b && b > o && !(o > b) && !o.Equals(b, g::EqualTol));
+    EXPECT_TRUE(o < b);
+    EXPECT_TRUE(b > o);
+    EXPECT_TRUE(!(o > b));
+    EXPECT_TRUE(!o.Equals(b, g::EqualTol));
     // Rows: the other point, then o < it and o > it. y decides, inclusive, before z.
     const struct {
         P q;
@@ -117,8 +120,12 @@ TEST(CPoint3d, DistancesAndMembership) {
 TEST(CPoint3d, ProjectionsGuardOnZ) {
     for (double z : {0.0, 5e-11, -9.9e-11}) {  // |z| below DivideByZeroTol: untouched
         P p(2, 4, z), q(2, 4, z);
-        EXPECT_FALSE(p.Project(10) || q.ProjectGL(10));
-        EXPECT_TRUE(p.x == 2 && q.x == 2 && p.z == z && q.z == z);
+        EXPECT_FALSE(p.Project(10));
+        EXPECT_FALSE(q.ProjectGL(10));
+        EXPECT_EQ(p.x, 2);
+        EXPECT_EQ(q.x, 2);
+        EXPECT_EQ(p.z, z);
+        EXPECT_EQ(q.z, z);
     }
     P p(2, 4, 5);
     EXPECT_TRUE(p.Project(10));  // s = 10 / (10 - 5)
@@ -128,7 +135,8 @@ TEST(CPoint3d, ProjectionsGuardOnZ) {
     ExpectXYZ(p, (-1.0 / 49) * 49, (-1.0 / 49) * 98, -1);
     p = P(1, 1, 1e-10);  // |z| of exactly DivideByZeroTol is not below it
     P q(1, 1, -1e-10);
-    EXPECT_TRUE(p.Project(1) && q.ProjectGL(1));
+    EXPECT_TRUE(p.Project(1));
+    EXPECT_TRUE(q.ProjectGL(1));
 }
 
 TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
@@ -144,7 +152,8 @@ TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
                              e[1] * e[2], e[1] * e[3], e[2] * e[2], e[2] * e[3]};
         for (int i = 0; i < 9; ++i) s[i] += v[i];
     }
-    EXPECT_TRUE(Solve(p, s) && p.Equals(P(1, 2, 3), 1e-12));
+    EXPECT_TRUE(Solve(p, s));
+    EXPECT_TRUE(p.Equals(P(1, 2, 3), 1e-12));
     // Both guards are strict: |aa| and |D| of exactly DivideByZeroTol still solve.
     EXPECT_TRUE(Solve(p, {1e-10, 0, 0, -1e-10, 1, 0, -2, 1, -3}));
     ExpectXYZ(p, 1, 2, 3);
@@ -186,8 +195,10 @@ TEST(CPoint3d, IntersectGeneralCase) {
     });
     // The overload without parameters answers whether the classifier found anything.
     P at(7, 7, 7);
-    EXPECT_TRUE(at.Intersect({0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}) && at.Equals({1, 1, 0}, 1e-12));
-    EXPECT_FALSE(at.Intersect({0, 0, 0}, {2, 0, 0}, {1, -1, 1}, {1, 1, 1}) || !at.Equals({1, 1, 0}, 1e-12));
+    EXPECT_TRUE(at.Intersect({0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}));
+    EXPECT_TRUE(at.Equals({1, 1, 0}, 1e-12));
+    EXPECT_FALSE(at.Intersect({0, 0, 0}, {2, 0, 0}, {1, -1, 1}, {1, 1, 1}));
+    EXPECT_TRUE(at.Equals({1, 1, 0}, 1e-12));
 }
 
 TEST(CPoint3d, IntersectCollinearReportsOnePointInteriorFirst) {

@@ -33,7 +33,8 @@ bool Same(const CPolygon2d& a, const CPolygon2d& b) {
 static_assert(std::has_virtual_destructor_v<CPolygon2d>);
 
 TEST(Polygon2d, ClassifyPointRejectsThroughBoundsBeforeThePolygon) {
-    EXPECT_TRUE(CPolygon2d().bounds.IsEmpty() && CPolygon2d().tag == 0);
+    EXPECT_TRUE(CPolygon2d().bounds.IsEmpty());
+    EXPECT_EQ(CPolygon2d().tag, 0);
     EXPECT_EQ(kUnit.ClassifyPoint(P2(0.5, 0.5)), 1);
     EXPECT_EQ(kUnit.ClassifyPoint(P2(1, 0.5)), 2);
     EXPECT_EQ(kUnit.ClassifyPoint(P2(1, 1)), 4);
@@ -55,8 +56,11 @@ TEST(Polygon2d, ClassifyPointRejectsThroughBoundsBeforeThePolygon) {
 
 TEST(Polygon2d, ContainsAcceptsBoundaryOnlyWhenAsked) {
     const CPolygon2d half = Make({{0.25, 0.25}, {0.75, 0.25}, {0.75, 0.75}, {0.25, 0.75}});
-    EXPECT_TRUE(kUnit.Contains(half, false) && kUnit.Contains(half, true) && !half.Contains(kUnit, true));
-    EXPECT_TRUE(!kUnit.Contains(kUnit, false) && kUnit.Contains(kUnit, true));  // vertices read 4
+    EXPECT_TRUE(kUnit.Contains(half, false));
+    EXPECT_TRUE(kUnit.Contains(half, true));
+    EXPECT_TRUE(!half.Contains(kUnit, true));
+    EXPECT_TRUE(!kUnit.Contains(kUnit, false));
+    EXPECT_TRUE(kUnit.Contains(kUnit, true));  // vertices read 4
 
     // A vertex on an edge (2), exactly or within the band, passes only with allowBoundary.
     for (double x : {1.0, 1.0005, 1.002}) {
@@ -80,8 +84,10 @@ TEST(Polygon2d, ContainsAcceptsBoundaryOnlyWhenAsked) {
 TEST(Polygon2d, CoincidenceFollowsTheCycleFromTheFirstMatchOnly) {
     const CPolygon2d rotated = Make({{1, 1}, {0, 1}, {0, 0}, {1, 0}});
     const CPolygon2d reversed = Make({{0, 1}, {1, 1}, {1, 0}, {0, 0}});
-    EXPECT_TRUE(kUnit.IsCoincidentWith(rotated) && rotated.IsCoincidentWith(kUnit));
-    EXPECT_FALSE(kUnit.IsCoincidentWith(reversed) || reversed.IsCoincidentWith(kUnit));
+    EXPECT_TRUE(kUnit.IsCoincidentWith(rotated));
+    EXPECT_TRUE(rotated.IsCoincidentWith(kUnit));
+    EXPECT_FALSE(kUnit.IsCoincidentWith(reversed));
+    EXPECT_FALSE(reversed.IsCoincidentWith(kUnit));
     EXPECT_FALSE(kUnit.IsCoincidentWith(Make({{0, 0}, {1, 0}, {1, 1}})));
     EXPECT_FALSE(CPolygon2d().IsCoincidentWith(CPolygon2d()));
     EXPECT_TRUE(Make({{3, 4}}).IsCoincidentWith(Make({{3.0005, 4}})));
@@ -111,15 +117,20 @@ TEST(Polygon2d, CoincidenceFollowsTheCycleFromTheFirstMatchOnly) {
     // later a is tried, although starting at the second one would line up.
     const P2 a(0, 0), b(2, 0), d(-2, 0);
     const CPolygon2d abad = Make({a, b, a, d});
-    EXPECT_TRUE(abad.IsCoincidentWith(abad) && abad.IsCoincidentWith(Make({d, a, b, a})));
-    EXPECT_FALSE(abad.IsCoincidentWith(Make({a, d, a, b})) || abad.IsCoincidentWith(Make({b, a, d, a})));
+    EXPECT_TRUE(abad.IsCoincidentWith(abad));
+    EXPECT_TRUE(abad.IsCoincidentWith(Make({d, a, b, a})));
+    EXPECT_FALSE(abad.IsCoincidentWith(Make({a, d, a, b})));
+    EXPECT_FALSE(abad.IsCoincidentWith(Make({b, a, d, a})));
 }
 
 TEST(Polygon2d, SignedAreaIsPositiveCounterClockwiseAndReverseChangesNothing) {
     const CPolygon2d tri = Make({{0, 0}, {4, 0}, {0, 2}});
-    EXPECT_TRUE(kUnit.GetSignedArea() == 1.0 && Make({{0, 1}, {1, 1}, {1, 0}, {0, 0}}).GetSignedArea() == -1.0);
-    EXPECT_TRUE(tri.GetSignedArea() == 4.0 && Make({{0, 0}, {0, 2}, {4, 0}}).GetSignedArea() == -4.0);
-    EXPECT_TRUE(CPolygon2d().GetSignedArea() == 0.0 && Make({{5, 7}}).GetSignedArea() == 0.0);
+    EXPECT_EQ(kUnit.GetSignedArea(), 1.0);
+    EXPECT_EQ(Make({{0, 1}, {1, 1}, {1, 0}, {0, 0}}).GetSignedArea(), -1.0);
+    EXPECT_EQ(tri.GetSignedArea(), 4.0);
+    EXPECT_EQ(Make({{0, 0}, {0, 2}, {4, 0}}).GetSignedArea(), -4.0);
+    EXPECT_EQ(CPolygon2d().GetSignedArea(), 0.0);
+    EXPECT_EQ(Make({{5, 7}}).GetSignedArea(), 0.0);
     // Far from the origin the trapezoids cancel exactly; products of raw
     // coordinates (about 1e16) would not.
     const double o = 1e8;

@@ -154,7 +154,8 @@ TEST(CTransformation, MatrixExchangeIsColumnMajorAndRoundTrips) {
     const double m[16] = {1, 2, 3, 7, 4, 5, 6, 11, 7.5, 8, 9, 13, 10, 11, 12, 3};
     T t(m);
     EXPECT_TRUE(NearXyz(Col(t, 2), CPoint3d(7.5, 8, 9), 0));
-    EXPECT_TRUE(t.translation[0] == 10.0 && t.scale == 1.0 / 3.0);
+    EXPECT_EQ(t.translation[0], 10.0);
+    EXPECT_TRUE(t.scale == 1.0 / 3.0);
     double back[16];
     t.GetMatrix(back);
     for (int i = 0; i < 16; ++i) {
@@ -164,7 +165,8 @@ TEST(CTransformation, MatrixExchangeIsColumnMajorAndRoundTrips) {
     for (int i = 0; i < 16; ++i) mf[i] = static_cast<float>(i == 15 ? 4.0 : m[i]);
     T f;
     f.SetMatrixf(mf);
-    EXPECT_TRUE(f.scale == 0.25 && f.matrix[1] == 4.0);
+    EXPECT_EQ(f.scale, 0.25);
+    EXPECT_EQ(f.matrix[1], 4.0);
     f.GetMatrixf(backf);
     for (int i = 0; i < 16; ++i) EXPECT_EQ(backf[i], (i == 3 || i == 7 || i == 11) ? 0.0f : mf[i]) << i;
     back[15] = 0.0;  // w = 0 is not guarded: an infinite scale, no trap
@@ -175,17 +177,20 @@ TEST(CTransformation, MatrixExchangeIsColumnMajorAndRoundTrips) {
 TEST(CTransformation, SetTransformationRederivesFlagsFromNumbers) {
     const double nearId[9] = {1, 0.0005, 0, 0, 1, 0, 0, 0, 1}, small[3] = {0.0005, 0, 0};
     T t = Flagged(false, false);
-    EXPECT_TRUE(t.SetTransformation(nearId, small, 1.0005) && t.isIdentity);
+    EXPECT_TRUE(t.SetTransformation(nearId, small, 1.0005));
+    EXPECT_TRUE(t.isIdentity);
     ExpectSameNumbers(t, T());  // snapped to the exact identity
     const double id9[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1}, atTol[3] = {EqualTol, 0, 0};
-    EXPECT_TRUE(t.SetTransformation(id9, atTol, 1.0) && !t.isIdentity);  // strict at EqualTol
+    EXPECT_TRUE(t.SetTransformation(id9, atTol, 1.0));
+    EXPECT_TRUE(!t.isIdentity);  // strict at EqualTol
 
     // A nearly orthogonal rotation is straightened; a stretch is kept as is.
     const double c = std::cos(0.5), s = std::sin(0.5), t3[3] = {1, 2, 3};
     const double nearRot[9] = {c, -s + 2e-4, 0, s, c, 0, 0, 0, 1}, stretch[9] = {1, 0, 0, 0, 2, 0, 0, 0, 1};
     EXPECT_TRUE(t.SetTransformation(nearRot, t3, 2.0));
     EXPECT_NEAR(Dot(CVector3d(t.X()), CVector3d(t.matrix[1], t.matrix[4], t.matrix[7])), 0.0, 1e-15);
-    EXPECT_FALSE(t.SetTransformation(stretch, t3, 1.0) || t.isOrthogonal);
+    EXPECT_FALSE(t.SetTransformation(stretch, t3, 1.0));
+    EXPECT_FALSE(t.isOrthogonal);
     EXPECT_EQ(t.matrix[4], 2.0);
 }
 
@@ -208,7 +213,9 @@ TEST(CTransformation, CompositionAppliesRightOperandFirstAndInverseUndoes) {
     T move = T::Translate(CVector3d(5, 0, 0));
     move.isIdentity = true;
     const T r = T::Scale(2) * move;
-    EXPECT_TRUE(!r.isIdentity && r.translation[0] == 5.0 && r.scale == 2.0);
+    EXPECT_TRUE(!r.isIdentity);
+    EXPECT_EQ(r.translation[0], 5.0);
+    EXPECT_EQ(r.scale, 2.0);
     const T s = T::Scale(2, 3, 4) * T::Translate(CVector3d(0, 1, 0)), l = move * s;
     ExpectSameNumbers(l, s);
     EXPECT_EQ(l.isOrthogonal, s.isOrthogonal);
@@ -217,7 +224,8 @@ TEST(CTransformation, CompositionAppliesRightOperandFirstAndInverseUndoes) {
 TEST(CTransformation, InvertHonoursScaleAndFixedThreshold) {
     // p' = (p + (1, 0, 0)) * 2 inverts to p = (p' + (-2, 0, 0)) * 0.5.
     const T ia = T::Inverse(T::Scale(2) * T::Translate(CVector3d(1, 0, 0)));
-    EXPECT_TRUE(ia.translation[0] == -2.0 && ia.scale == 0.5);
+    EXPECT_EQ(ia.translation[0], -2.0);
+    EXPECT_EQ(ia.scale, 0.5);
     // |scale| < 1e-15, a singular 3x3 part (|det| < 1e-15) or the identity flag: a silent no-op.
     const T tiny = T::Scale(1e-16) * T::Translate(CVector3d(1, 2, 3));
     ExpectSameNumbers(T::Inverse(tiny), tiny);
@@ -235,13 +243,15 @@ TEST(CTransformation, InvertHonoursScaleAndFixedThreshold) {
     // Without the orthogonal flag the adjugate is used; with it a transpose is
     // trusted whatever the numbers.
     T thin = T::Scale(1e-15, 1, 1);
-    EXPECT_TRUE(thin.Invert3x3() && thin.matrix[0] == 1.0 / 1e-15);
+    EXPECT_TRUE(thin.Invert3x3());
+    EXPECT_TRUE(thin.matrix[0] == 1.0 / 1e-15);
     T general = Rows({1, 2, 3, 0, 1, 4, 5, 6, 0});  // determinant 1
     ASSERT_TRUE(general.Invert3x3());
     const double inverse[9] = {-24, 18, 5, 20, -15, -4, -5, 4, 1};
     for (int i = 0; i < 9; ++i) EXPECT_EQ(general.matrix[i], inverse[i]) << i;
     T shear = Flagged(false, true, {1, 2, 0, 0, 1, 0, 0, 0, 1});
-    EXPECT_TRUE(shear.Invert3x3() && shear.matrix[3] == 2.0);
+    EXPECT_TRUE(shear.Invert3x3());
+    EXPECT_EQ(shear.matrix[3], 2.0);
 }
 
 TEST(CTransformation, InterpolateCarriesEndScaleAndFlags) {
@@ -249,8 +259,9 @@ TEST(CTransformation, InterpolateCarriesEndScaleAndFlags) {
     T b = T::Translate(CVector3d(0, 4, 0)) * T::Rotate(O, ZAxis, Pi / 2) * T::Scale(3);
     b.isOrthogonal = false;
     const T mid = T::Interpolate(a, b, 0.5);
-    EXPECT_TRUE(mid.scale == 3.0 && !mid.isOrthogonal);  // b's scale, not 2
-    const T quarter = T::Interpolate(a, b, 0.25);        // a quarter of the way from a
+    EXPECT_EQ(mid.scale, 3.0);
+    EXPECT_TRUE(!mid.isOrthogonal);                // b's scale, not 2
+    const T quarter = T::Interpolate(a, b, 0.25);  // a quarter of the way from a
     EXPECT_TRUE(NearXyz(Col(quarter, 0), T::Rotate(O, ZAxis, Pi / 8) * CPoint3d(1, 0, 0), 1e-12));
     EXPECT_EQ(quarter.translation[0], 0.25 * b.translation[0] + 0.75 * a.translation[0]);
     // Strictly within EqualTol of an end, that end is returned as is.
@@ -269,11 +280,13 @@ TEST(CTransformation, EqualityAndIdentityAreStrictOnEveryNumber) {
         T t = base, id = Flagged(false, true);
         Number(t, k) += Tol10;
         Number(id, k) += Tol10;
-        EXPECT_TRUE(t != base && !id.IsReallyIdentity()) << k;
+        EXPECT_NE(t, base) << k;
+        EXPECT_TRUE(!id.IsReallyIdentity()) << k;
         EXPECT_EQ(id.IsRotationReallyIdentity(), k >= 9) << k;
         Number(t, k) -= 1.5 * Tol10;
         Number(id, k) -= Tol10 / 2;
-        EXPECT_TRUE(t == base && id.IsReallyIdentity()) << k;
+        EXPECT_EQ(t, base) << k;
+        EXPECT_TRUE(id.IsReallyIdentity()) << k;
     }
     EXPECT_TRUE(Flagged(true, true, {0.5, 1, 1.5, 2, 2.5, 3, 3.5, 4, 4.5}) ==
                 Rows({0.5, 1, 1.5, 2, 2.5, 3, 3.5, 4, 4.5}));
@@ -313,12 +326,16 @@ TEST(CTransformation, AxisOriginScaleAndDeterminantQueries) {
     EXPECT_EQ(T::Scale(2, 3, 4).GetDeterminant(), 24.0);
     EXPECT_EQ(T::Scale(2).GetDeterminant(), 1.0);  // scale excluded
     // |det| >= 1e-15 is invertible (inclusive), and the uniform scale must be too.
-    EXPECT_TRUE(T::Scale(0, 1, 1).IsSingular() && T::Scale(5e-16, 1, 1).IsSingular());
-    EXPECT_TRUE(!T::Scale(1e-15, 1, 1).IsSingular() && T::Scale(1e-15, 1, 1).IsInvertible());
-    EXPECT_FALSE(T::Scale(5e-16, 1, 1).IsInvertible() || T::Scale(1e-16).IsInvertible());
+    EXPECT_TRUE(T::Scale(0, 1, 1).IsSingular());
+    EXPECT_TRUE(T::Scale(5e-16, 1, 1).IsSingular());
+    EXPECT_TRUE(!T::Scale(1e-15, 1, 1).IsSingular());
+    EXPECT_TRUE(T::Scale(1e-15, 1, 1).IsInvertible());
+    EXPECT_FALSE(T::Scale(5e-16, 1, 1).IsInvertible());
+    EXPECT_FALSE(T::Scale(1e-16).IsInvertible());
     EXPECT_TRUE(T::Scale(1e-15).IsInvertible());
     const T zero = Flagged(false, true, {0, 0, 0, 0, 0, 0, 0, 0, 0});  // the flag is trusted
-    EXPECT_TRUE(!zero.IsSingular() && zero.IsInvertible());
+    EXPECT_TRUE(!zero.IsSingular());
+    EXPECT_TRUE(zero.IsInvertible());
     T id;
     id.scale = 0;
     EXPECT_TRUE(id.IsInvertible());  // the identity flag comes first
@@ -329,7 +346,8 @@ TEST(CTransformation, ZRotationIsCounterClockwiseInZeroToTwoPi) {
     for (int k = -12; k < 12; ++k) {
         const double a = k * Pi / 6 + 0.1;
         const double z = (T::Translate(CVector3d(5, -3, 2)) * T::Rotate(O, ZAxis, a) * T::Scale(2)).ZRotation();
-        EXPECT_TRUE(z >= 0.0 && z < 2 * Pi) << k;
+        EXPECT_TRUE(z >= 0.0) << k;
+        EXPECT_TRUE(z < 2 * Pi) << k;
         EXPECT_NEAR(z, a < 0 ? a + 2 * Pi : a, 1e-12) << k;
     }
     // Measured about the transformation's own, tilted Z axis.
@@ -370,7 +388,8 @@ TEST(CTransformation, FixOrthogonalKeepsZAndHandedness) {
     EXPECT_TRUE(NearXyz(Col(t, 0), CPoint3d(1 / n, 0.01 / n, 0), 1e-15));
     EXPECT_TRUE(NearXyz(Col(t, 1), CPoint3d(-0.01 / n, 1 / n, 0), 1e-15));
     EXPECT_TRUE(NearXyz(Col(t, 2), CPoint3d(0, 0, 1), 0));
-    EXPECT_TRUE(t.translation[0] == 4.0 && !t.isOrthogonal);  // flags untouched
+    EXPECT_EQ(t.translation[0], 4.0);
+    EXPECT_TRUE(!t.isOrthogonal);  // flags untouched
     T m = Rows({-1, 0, 0, 0.01, 1, 0, 0, 0, 1});
     m.FixOrthogonal();
     EXPECT_TRUE(NearXyz(Col(m, 0), CPoint3d(-1, 0, 0), 1e-15));  // still mirrored
@@ -385,8 +404,10 @@ TEST(CTransformation, FixOrthogonalKeepsZAndHandedness) {
         }
     }
     T r = Flagged(false, true, {1, 0, 0, 0, 2, 0, 0, 0, 1});
-    EXPECT_FALSE(r.ResynchOrthogonal() || r.isOrthogonal);
+    EXPECT_FALSE(r.ResynchOrthogonal());
+    EXPECT_FALSE(r.isOrthogonal);
     T q = T::Rotate(O, ZAxis, 1);
     q.isOrthogonal = false;
-    EXPECT_TRUE(q.ResynchOrthogonal() && q.isOrthogonal);
+    EXPECT_TRUE(q.ResynchOrthogonal());
+    EXPECT_TRUE(q.isOrthogonal);
 }
