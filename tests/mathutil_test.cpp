@@ -130,8 +130,8 @@ TEST(IsOnLine, TwoDEqualityIsStrictPerAxisAndOnTheLoadTimeSquare) {
     EXPECT_FALSE(IsOnLine(P2(0, 0), P2(1, 0), P2(0.5, kTol2), nullptr));
     EXPECT_TRUE(IsOnLine(P2(0, 0), P2(1, 0), P2(0.5, 0.75 * kTol2), nullptr));
     P2 sq[] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
-    EXPECT_EQ(PointInPolygon(P2(-kTol2, 0), sq, 4), 8);
-    EXPECT_EQ(PointInPolygon(P2(-0.75 * kTol2, 0), sq, 4), 4);
+    EXPECT_EQ(PointInPolygon(P2(-kTol2, 0), sq, 4), OutsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(-0.75 * kTol2, 0), sq, 4), OnPolygonVertex);
 }
 
 TEST(GetPointsOnArc, AccumulatesTheAngleAndHandlesSmallCounts) {
@@ -189,35 +189,37 @@ TEST(IntersectSegments, CrossingEndTolerancesAndPointSegments) {
 }
 
 TEST(PointInPolygon, SquareCodesAndStrictTolerances) {
-    P2 sq[] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    P2 sq[] = {{0, 0}, {1, 0}, {1, InsidePolygon}, {0, InsidePolygon}};
     const struct {
         double x, y;
         int code;
-    } cases[] = {{0.5, 0.5, 1},     {1, 0.5, 2},      {0.5, 0, 2},   {1, 1, 4},       {0, 1, 4},
-                 {2, 0.5, 8},       {-1, 0, 8},       {-1, 1, 8},    {-0.0009, 0, 4}, {-0.001, 0, 8},
-                 {0.5, -0.0009, 2}, {0.5, -0.001, 8}, {kNaN, 0.5, 8}};
+    } cases[] = {{0.5, 0.5, InsidePolygon},   {1, 0.5, OnPolygonEdge},       {0.5, 0, OnPolygonEdge},
+                 {1, 1, OnPolygonVertex},     {0, 1, OnPolygonVertex},       {2, 0.5, OutsidePolygon},
+                 {-1, 0, OutsidePolygon},     {-1, 1, OutsidePolygon},       {-0.0009, 0, OnPolygonVertex},
+                 {-0.001, 0, OutsidePolygon}, {0.5, -0.0009, OnPolygonEdge}, {0.5, -0.001, OutsidePolygon},
+                 {kNaN, 0.5, OutsidePolygon}};
     for (const auto& c : cases) EXPECT_EQ(PointInPolygon(P2(c.x, c.y), sq, 4), c.code) << c.x << ", " << c.y;
     // n < 1 reads no vertex; one- and two-vertex polygons have no inside.
-    EXPECT_EQ(PointInPolygon(P2(0, 0), nullptr, 0), 8);
-    EXPECT_EQ(PointInPolygon(P2(0, 0), nullptr, -3), 8);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), nullptr, 0), OutsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), nullptr, -3), OutsidePolygon);
     P2 one[] = {{1, 0}}, two[] = {{0, 0}, {2, 2}};
-    EXPECT_EQ(PointInPolygon(P2(0, 0), one, 1), 8);
-    EXPECT_EQ(PointInPolygon(P2(1, 0), one, 1), 4);
-    EXPECT_EQ(PointInPolygon(P2(1, 1), two, 2), 2);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), one, 1), OutsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(1, 0), one, 1), OnPolygonVertex);
+    EXPECT_EQ(PointInPolygon(P2(1, 1), two, 2), OnPolygonEdge);
 }
 
 TEST(PointInPolygon, VerticesOnTheRayCountOnlyWithALowerNeighbour) {
     // The ray from (0, 0) meets (2, 0), touched from above: no crossing.
     P2 fromAbove[] = {{-3, -3}, {3, -3}, {3, 3}, {2, 0}, {1, 3}, {-3, 3}};
-    EXPECT_EQ(PointInPolygon(P2(0, 0), fromAbove, 6), 1);
-    EXPECT_EQ(PointInPolygon(P2(2.8, 1.5), fromAbove, 6), 1);
-    EXPECT_EQ(PointInPolygon(P2(2, 2), fromAbove, 6), 8);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), fromAbove, 6), InsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(2.8, 1.5), fromAbove, 6), InsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(2, 2), fromAbove, 6), OutsidePolygon);
     // Touched from below: counted twice, parity unchanged.
     P2 fromBelow[] = {{-3, -3}, {1, -3}, {2, 0}, {3, -3}, {3, 3}, {-3, 3}};
-    EXPECT_EQ(PointInPolygon(P2(0, 0), fromBelow, 6), 1);
-    EXPECT_EQ(PointInPolygon(P2(2, -2), fromBelow, 6), 8);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), fromBelow, 6), InsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(2, -2), fromBelow, 6), OutsidePolygon);
     // Passed through: once. The end on the ray decides, and (-1, 0) lies left of p.
     P2 wedge[] = {{-1, 0}, {1, -1}, {1, 1}};
-    EXPECT_EQ(PointInPolygon(P2(0, 0), wedge, 3), 1);
-    EXPECT_EQ(PointInPolygon(P2(-2, 0), wedge, 3), 8);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), wedge, 3), InsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(-2, 0), wedge, 3), OutsidePolygon);
 }

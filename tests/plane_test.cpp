@@ -150,7 +150,7 @@ TEST(Plane, BoxClassificationPicksCornersByNormalSign) {
             lo = std::fmin(lo, pl.SignedDistance(box.GetCorner(k)));
             hi = std::fmax(hi, pl.SignedDistance(box.GetCorner(k)));
         }
-        ASSERT_EQ(pl.IntersectWith(box), lo > 0.0 ? 1 : (hi < 0.0 ? 2 : 3)) << i;
+        ASSERT_EQ(pl.IntersectWith(box), lo > 0.0 ? BoxAbove : (hi < 0.0 ? BoxBelow : BoxCrossing)) << i;
     }
 }
 
@@ -271,14 +271,14 @@ TEST(Plane, TrimAboveKeepsThePartOnOrBelow) {
         EXPECT_EQ(p.DistanceSquaredTo(p2), 0.0) << p;
         EXPECT_EQ(q.DistanceSquaredTo(q2), 0.0) << q;
     };
-    trim({0, 0, 2}, {4, 0, -2}, 0, {2, 0, 0}, {4, 0, -2});   // p above: p moves
-    trim({0, 0, -1}, {3, 0, 2}, 0, {0, 0, -1}, {1, 0, 0});   // q above: q moves
-    trim({0, 0, 1}, {1, 0, 2}, 1, {0, 0, 1}, {1, 0, 2});     // all above
-    trim({0, 0, 0}, {1, 0, 0}, -1, {0, 0, 0}, {1, 0, 0});    // both exactly on
-    trim({0, 0, 0}, {1, 0, -1}, -1, {0, 0, 0}, {1, 0, -1});  // on and below
-    trim({5, 0, 3}, {1, 1, 0}, 0, {1, 1, 0}, {1, 1, 0});     // above to on: collapses
+    trim({0, 0, 2}, {4, 0, -2}, SegmentTrimmed, {2, 0, 0}, {4, 0, -2});  // p above: p moves
+    trim({0, 0, -1}, {3, 0, 2}, SegmentTrimmed, {0, 0, -1}, {1, 0, 0});  // q above: q moves
+    trim({0, 0, 1}, {1, 0, 2}, SegmentAbove, {0, 0, 1}, {1, 0, 2});      // all above
+    trim({0, 0, 0}, {1, 0, 0}, SegmentBelow, {0, 0, 0}, {1, 0, 0});      // both exactly on
+    trim({0, 0, 0}, {1, 0, -1}, SegmentBelow, {0, 0, 0}, {1, 0, -1});    // on and below
+    trim({5, 0, 3}, {1, 1, 0}, SegmentTrimmed, {1, 1, 0}, {1, 1, 0});    // above to on: collapses
     // Both ends within DivideByZeroTol of the plane: no crossing is computed.
-    trim({5, 0, 2e-11}, {1, 0, -2e-11}, 0, {5, 0, 2e-11}, {1, 0, -2e-11});
+    trim({5, 0, 2e-11}, {1, 0, -2e-11}, SegmentTrimmed, {5, 0, 2e-11}, {1, 0, -2e-11});
 }
 
 TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {

@@ -35,23 +35,23 @@ static_assert(std::has_virtual_destructor_v<CPolygon2d>);
 TEST(Polygon2d, ClassifyPointRejectsThroughBoundsBeforeThePolygon) {
     EXPECT_TRUE(CPolygon2d().bounds.IsEmpty());
     EXPECT_EQ(CPolygon2d().tag, 0);
-    EXPECT_EQ(kUnit.ClassifyPoint(P2(0.5, 0.5)), 1);
-    EXPECT_EQ(kUnit.ClassifyPoint(P2(1, 0.5)), 2);
-    EXPECT_EQ(kUnit.ClassifyPoint(P2(1, 1)), 4);
-    EXPECT_EQ(kUnit.ClassifyPoint(P2(1.0005, 0.5)), 2);  // within the box tolerance and the edge band
-    EXPECT_EQ(kUnit.ClassifyPoint(P2(1.002, 0.5)), 8);
+    EXPECT_EQ(kUnit.ClassifyPoint(P2(0.5, 0.5)), InsidePolygon);
+    EXPECT_EQ(kUnit.ClassifyPoint(P2(1, 0.5)), OnPolygonEdge);
+    EXPECT_EQ(kUnit.ClassifyPoint(P2(1, 1)), OnPolygonVertex);
+    EXPECT_EQ(kUnit.ClassifyPoint(P2(1.0005, 0.5)), OnPolygonEdge);  // within the box tolerance and the edge band
+    EXPECT_EQ(kUnit.ClassifyPoint(P2(1.002, 0.5)), OutsidePolygon);
 
     // Points replaced behind the box's back: the stale box still decides first.
     CPolygon2d stale = kUnit;
     stale.points = {{-10, -10}, {10, -10}, {10, 10}, {-10, 10}};
-    ASSERT_EQ(PointInPolygon(P2(5, 5), stale.points.data(), 4), 1);
-    EXPECT_EQ(stale.ClassifyPoint(P2(5, 5)), 8);
-    EXPECT_EQ(stale.ClassifyPoint(P2(0, 0)), 1);  // inside the box: the polygon answers
+    ASSERT_EQ(PointInPolygon(P2(5, 5), stale.points.data(), OnPolygonVertex), 1);
+    EXPECT_EQ(stale.ClassifyPoint(P2(5, 5)), OutsidePolygon);
+    EXPECT_EQ(stale.ClassifyPoint(P2(0, 0)), InsidePolygon);  // inside the box: the polygon answers
 
     // The empty box accepts its own stored corner exactly; the empty polygon still
     // answers 8 without reading a vertex.
     EXPECT_EQ(CPolygon2d().ClassifyPoint(P2(1e30, -1e30)), 8);
-    EXPECT_EQ(kUnit.ClassifyPoint(P2(std::nan(""), 0.5)), 8);
+    EXPECT_EQ(kUnit.ClassifyPoint(P2(std::nan(""), 0.5)), OutsidePolygon);
 }
 
 TEST(Polygon2d, ContainsAcceptsBoundaryOnlyWhenAsked) {
@@ -77,7 +77,7 @@ TEST(Polygon2d, ContainsAcceptsBoundaryOnlyWhenAsked) {
     // With a zero tolerance a corner of the square no longer matches itself and
     // reads as inside its own polygon, which fails the self-classification pass.
     plenar_test::ToleranceGuard guard(0.0);
-    ASSERT_EQ(kUnit.ClassifyPoint(P2(0, 0)), 1);
+    ASSERT_EQ(kUnit.ClassifyPoint(P2(0, 0)), InsidePolygon);
     EXPECT_FALSE(kUnit.Contains(half, false));
 }
 
