@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+using velmor::geometry::AllVisible;
 using velmor::geometry::CPoint4d;
 using velmor::geometry::LineClipper;
+using velmor::geometry::NothingVisible;
+using velmor::geometry::PartVisible;
 
 namespace {
 
