@@ -112,20 +112,20 @@ int ClosestPoint(const CPoint3d& a, const CPoint3d& b, const CPoint3d& p, const 
     if (den < ParallelThreshold) {
         // Parallel: the nearer endpoint, b on a tie.
         out = (b - p).LengthSquared() > (p - a).LengthSquared() ? a : b;
-        return 0;
+        return SegmentParallel;
     }
     const CVector3d ap = p - a;
     const double s = (Dot(D, ap) - Dot(u, ap) * k) / den;
     if (s < 0.0) {
         out = a;
-        return 1;
+        return ClampedToStart;
     }
     if (s > 1.0) {
         out = b;
-        return 2;
+        return ClampedToEnd;
     }
     out = CPoint3d(1.0 - s, a, s, b);
-    return 3;
+    return InsideSegment;
 }
 
 double ParameterOfClosestPoint(const CPoint3d& a, const CPoint3d& b, const CPoint3d& p) {

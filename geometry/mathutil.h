@@ -57,10 +57,15 @@ PLENAR_API double DistanceBetweenLines(const CPoint3d& p1, const CUnitVector3d& 
 PLENAR_API bool ClosestPoint(const CPoint3d& a1, const CPoint3d& a2, const CPoint3d& b1, const CPoint3d& b2, double& s,
                              double& t);
 
+/// Where the point of a segment closest to a line lies, as the segment-to-line
+/// ClosestPoint returns it.
+enum ESegmentClosest : int { SegmentParallel = 0, ClampedToStart = 1, ClampedToEnd = 2, InsideSegment = 3 };
+
 /// The point of segment a-b closest to the infinite line p + l*u, in out. Returns
-/// 0 when the segment is parallel to the line (|D x u|^2 < 1e-10 with D = b - a; out
-/// is the endpoint nearer to p, b on a tie), 1 when the closest point is clamped to
-/// a, 2 when clamped to b, 3 when it lies inside the segment.
+/// SegmentParallel (0) when the segment is parallel to the line (|D x u|^2 <
+/// ParallelThreshold with D = b - a; out is the endpoint nearer to p, b on a tie),
+/// ClampedToStart (1) when the closest point is clamped to a, ClampedToEnd (2) when
+/// clamped to b, InsideSegment (3) when it lies inside the segment.
 PLENAR_API int ClosestPoint(const CPoint3d& a, const CPoint3d& b, const CPoint3d& p, const CUnitVector3d& u,
                             CPoint3d& out);
 

@@ -50,19 +50,20 @@ TEST(ClosestPoint, SegmentToLineCodes) {
     const P3 a(0, 0, 0), b(1, 0, 0), top(0, 0, 2);
     const CUnitVector3d uz(0, 0, 1);
     CPoint3d out;
-    EXPECT_EQ(ClosestPoint(a, b, P3(0.25, 1, 0), uz, out), 3);
+    EXPECT_EQ(ClosestPoint(a, b, P3(0.25, 1, 0), uz, out), InsideSegment);
     EXPECT_EQ(out.x, 0.25);
-    EXPECT_EQ(ClosestPoint(a, b, P3(-2, 1, 0), uz, out), 1);
+    EXPECT_EQ(ClosestPoint(a, b, P3(-2, 1, 0), uz, out), ClampedToStart);
     EXPECT_EQ(out.x, 0.0);
-    EXPECT_EQ(ClosestPoint(a, b, P3(3, 1, 0), uz, out), 2);
+    EXPECT_EQ(ClosestPoint(a, b, P3(3, 1, 0), uz, out), ClampedToEnd);
     EXPECT_EQ(out.x, 1.0);
-    EXPECT_EQ(ClosestPoint(a, P3(1, 1e-4, 0), P3(0, 5, 0), CUnitVector3d(1, 0, 0), out), 2);  // 1e-8: not parallel
+    EXPECT_EQ(ClosestPoint(a, P3(1, 1e-4, 0), P3(0, 5, 0), CUnitVector3d(1, 0, 0), out),
+              ClampedToEnd);  // 1e-8: not parallel
     // Along the line: the endpoint nearer to p, b on a tie.
-    EXPECT_EQ(ClosestPoint(a, top, P3(1, 0, 5), uz, out), 0);
+    EXPECT_EQ(ClosestPoint(a, top, P3(1, 0, 5), uz, out), SegmentParallel);
     EXPECT_EQ(out.z, 2.0);
-    EXPECT_EQ(ClosestPoint(a, top, P3(1, 0, -1), uz, out), 0);
+    EXPECT_EQ(ClosestPoint(a, top, P3(1, 0, -1), uz, out), SegmentParallel);
     EXPECT_EQ(out.z, 0.0);
-    EXPECT_EQ(ClosestPoint(a, top, P3(1, 0, 1), uz, out), 0);
+    EXPECT_EQ(ClosestPoint(a, top, P3(1, 0, 1), uz, out), SegmentParallel);
     EXPECT_EQ(out.z, 2.0);
 }
 
