@@ -121,27 +121,19 @@ int CRay3d::IntersectWith(const CCircle3d& circle, double& angle1, double& angle
 
 namespace {
 
-// The lane masks and values of one group of boxes, unpacked for the writes.
-struct LaneAnswer {
-    int ok;       // bit k: box k is hit
-    int outside;  // bit k: the origin is outside box k
-    int left[3];  // bit k: the origin is before the near face of box k on that axis
-    int pickY;    // bit k: the y parameter beat the x one
-    int pickZ;    // bit k: the z parameter beat the larger of those
-    double hx[4], hy[4], hz[4];
-};
-
-inline void WriteLanes(const LaneAnswer& a, int lanes, std::size_t first, bool* hits, CPoint3d* entries,
-                       EBoxSide* sides) noexcept {
-    for (int k = 0; k < lanes; ++k) {
-        const bool ok = ((a.ok >> k) & 1) != 0;
-        hits[first + k] = ok;
-        if (sides != nullptr) {
-            const int entry = ((a.pickZ >> k) & 1) != 0 ? 2 : ((a.pickY >> k) & 1) != 0 ? 1 : 0;
-            const int face = 2 * entry + (((a.left[entry] >> k) & 1) != 0 ? 1 : 2);
-            sides[first + k] = static_cast<EBoxSide>(ok && ((a.outside >> k) & 1) != 0 ? face : 0);
+// Writes the answers of `lanes` boxes from `first` on: the hit flags from the bits
+// of okBits, the sides already computed as ints, and the entry points of the boxes
+// that are hit (only those: a miss leaves its entry as it was).
+inline void WriteLanes(int lanes, std::size_t first, int okBits, const int* side, const double* hx, const double* hy,
+                       const double* hz, bool* hits, CPoint3d* entries, EBoxSide* sides) noexcept {
+    for (int k = 0; k < lanes; ++k) hits[first + k] = ((okBits >> k) & 1) != 0;
+    if (sides != nullptr) {
+        for (int k = 0; k < lanes; ++k) sides[first + k] = static_cast<EBoxSide>(side[k]);
+    }
+    if (entries != nullptr && okBits != 0) {
+        for (int k = 0; k < lanes; ++k) {
+            if (((okBits >> k) & 1) != 0) entries[first + k] = CPoint3d(hx[k], hy[k], hz[k]);
         }
-        if (entries != nullptr && ok) entries[first + k] = CPoint3d(a.hx[k], a.hy[k], a.hz[k]);
     }
 }
 
@@ -166,7 +158,6 @@ std::size_t IntersectSse2(const RayLanes& r, const CBoundingBox3d* boxes, std::s
     const auto select = [](__m128d mask, __m128d yes, __m128d no) {
         return _mm_or_pd(_mm_and_pd(mask, yes), _mm_andnot_pd(mask, no));
     };
-    LaneAnswer ans{};
     std::size_t i = 0;
     for (; i + 2 <= n; i += 2) {
         const double* b0 = &boxes[i].x.min;
@@ -198,15 +189,19 @@ std::size_t IntersectSse2(const RayLanes& r, const CBoundingBox3d* boxes, std::s
         const __m128d empty = _mm_cmpgt_pd(lo[0], hi[0]);
         const __m128d okOutside = _mm_andnot_pd(fail, outside);
         const __m128d ok = _mm_andnot_pd(empty, _mm_or_pd(_mm_andnot_pd(outside, ones), okOutside));
-        ans.ok = _mm_movemask_pd(ok);
-        ans.outside = _mm_movemask_pd(outside);
-        for (int a = 0; a < 3; ++a) ans.left[a] = _mm_movemask_pd(left[a]);
-        ans.pickY = _mm_movemask_pd(pickY);
-        ans.pickZ = _mm_movemask_pd(pickZ);
-        _mm_storeu_pd(ans.hx, select(outside, h[0], o[0]));
-        _mm_storeu_pd(ans.hy, select(outside, h[1], o[1]));
-        _mm_storeu_pd(ans.hz, select(outside, h[2], o[2]));
-        WriteLanes(ans, 2, i, hits, entries, sides);
+        // Faces 1 + 2 * axis (minimum) or 2 + 2 * axis (maximum) of the entry axis,
+        // 0 where the origin is inside or the box is missed.
+        const __m128d fx = select(left[0], _mm_set1_pd(1.0), _mm_set1_pd(2.0));
+        const __m128d fy = select(left[1], _mm_set1_pd(3.0), _mm_set1_pd(4.0));
+        const __m128d fz = select(left[2], _mm_set1_pd(5.0), _mm_set1_pd(6.0));
+        const __m128d face = select(pickZ, fz, select(pickY, fy, fx));
+        int side[4];
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(side), _mm_cvttpd_epi32(_mm_and_pd(face, _mm_and_pd(ok, outside))));
+        double hx[2], hy[2], hz[2];
+        _mm_storeu_pd(hx, select(outside, h[0], o[0]));
+        _mm_storeu_pd(hy, select(outside, h[1], o[1]));
+        _mm_storeu_pd(hz, select(outside, h[2], o[2]));
+        WriteLanes(2, i, _mm_movemask_pd(ok), side, hx, hy, hz, hits, entries, sides);
     }
     return i;
 }
@@ -220,7 +215,6 @@ __attribute__((target("avx"))) std::size_t IntersectAvx(const RayLanes& r, const
         o[a] = _mm256_set1_pd(r.o[a]);
         u[a] = _mm256_set1_pd(r.u[a]);
     }
-    LaneAnswer ans{};
     std::size_t i = 0;
     for (; i + 4 <= n; i += 4) {
         const double* b0 = &boxes[i].x.min;
@@ -261,15 +255,18 @@ __attribute__((target("avx"))) std::size_t IntersectAvx(const RayLanes& r, const
         const __m256d empty = _mm256_cmp_pd(lo[0], hi[0], _CMP_GT_OQ);
         const __m256d okOutside = _mm256_andnot_pd(fail, outside);
         const __m256d ok = _mm256_andnot_pd(empty, _mm256_or_pd(_mm256_andnot_pd(outside, ones), okOutside));
-        ans.ok = _mm256_movemask_pd(ok);
-        ans.outside = _mm256_movemask_pd(outside);
-        for (int a = 0; a < 3; ++a) ans.left[a] = _mm256_movemask_pd(left[a]);
-        ans.pickY = _mm256_movemask_pd(pickY);
-        ans.pickZ = _mm256_movemask_pd(pickZ);
-        _mm256_storeu_pd(ans.hx, _mm256_blendv_pd(o[0], h[0], outside));
-        _mm256_storeu_pd(ans.hy, _mm256_blendv_pd(o[1], h[1], outside));
-        _mm256_storeu_pd(ans.hz, _mm256_blendv_pd(o[2], h[2], outside));
-        WriteLanes(ans, 4, i, hits, entries, sides);
+        const __m256d fx = _mm256_blendv_pd(_mm256_set1_pd(2.0), _mm256_set1_pd(1.0), left[0]);
+        const __m256d fy = _mm256_blendv_pd(_mm256_set1_pd(4.0), _mm256_set1_pd(3.0), left[1]);
+        const __m256d fz = _mm256_blendv_pd(_mm256_set1_pd(6.0), _mm256_set1_pd(5.0), left[2]);
+        const __m256d face = _mm256_blendv_pd(_mm256_blendv_pd(fx, fy, pickY), fz, pickZ);
+        int side[4];
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(side),
+                         _mm256_cvttpd_epi32(_mm256_and_pd(face, _mm256_and_pd(ok, outside))));
+        double hx[4], hy[4], hz[4];
+        _mm256_storeu_pd(hx, _mm256_blendv_pd(o[0], h[0], outside));
+        _mm256_storeu_pd(hy, _mm256_blendv_pd(o[1], h[1], outside));
+        _mm256_storeu_pd(hz, _mm256_blendv_pd(o[2], h[2], outside));
+        WriteLanes(4, i, _mm256_movemask_pd(ok), side, hx, hy, hz, hits, entries, sides);
     }
     return i;
 }
