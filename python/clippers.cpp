@@ -1,0 +1,4 @@
+#include "bindings.h"
+namespace plenar_python {
+void RegisterClippers(py::module_&) {}
+}  // namespace plenar_python
