@@ -189,7 +189,6 @@ void RegisterTransforms(py::module_& m) {
         .def("Y", &CTransformation::Y, "Column 1 of the 3x3 part, normalised.")
         .def("Z", &CTransformation::Z, "Column 2 of the 3x3 part, normalised.")
         .def("T", &CTransformation::T, "The image of the origin, translation * scale; (0, 0, 0) when identity.")
-        .def("Scale", py::overload_cast<>(&CTransformation::Scale, py::const_), "The uniform scale factor.")
         .def("XScale", &CTransformation::XScale, "Length of the transformed unit X vector, scale included.")
         .def("YScale", &CTransformation::YScale, "Length of the transformed unit Y vector.")
         .def("ZScale", &CTransformation::ZScale, "Length of the transformed unit Z vector.")
