@@ -44,9 +44,11 @@ IGeomFilter& FilterArgument(const py::handle& h) {
 }
 
 // An (n, 2, 3) box array holds [min x, y, z] then [max x, y, z]; the library's box
-// holds the x range, then y, then z.
-std::vector<CBoundingBox3d> RepackBoxes(const double* d, std::size_t n) {
-    std::vector<CBoundingBox3d> boxes(n);
+// holds the x range, then y, then z. The boxes are rearranged a block at a time into
+// a small buffer that stays in cache, and each block goes to the bulk call.
+constexpr std::size_t kBoxBlock = 1024;
+
+void RepackBoxes(const double* d, std::size_t n, CBoundingBox3d* boxes) {
     for (std::size_t i = 0; i < n; ++i, d += 6) {
         CBoundingBox3d& b = boxes[i];
         b.x.min = d[0];
@@ -56,7 +58,17 @@ std::vector<CBoundingBox3d> RepackBoxes(const double* d, std::size_t n) {
         b.y.max = d[4];
         b.z.max = d[5];
     }
-    return boxes;
+}
+
+/// Calls f(boxes, count, first) for consecutive blocks of the (n, 2, 3) array.
+template <typename F>
+void ForBoxBlocks(const double* d, std::size_t n, F f) {
+    CBoundingBox3d block[kBoxBlock];
+    for (std::size_t first = 0; first < n; first += kBoxBlock) {
+        const std::size_t count = std::min(kBoxBlock, n - first);
+        RepackBoxes(d + 6 * first, count, block);
+        f(block, count, first);
+    }
 }
 
 DoubleArray BoxArgument(const py::handle& h, std::size_t& n) {
@@ -75,8 +87,9 @@ py::tuple TestBoxesArray(const py::handle& filterArg, const py::handle& boxesArg
     bool* ful = full.mutable_data();
     {
         py::gil_scoped_release release;
-        const std::vector<CBoundingBox3d> boxes = RepackBoxes(a.data(), n);
-        TestBoxes(filter, boxes.data(), n, acc, ful);
+        ForBoxBlocks(a.data(), n, [&](const CBoundingBox3d* boxes, std::size_t count, std::size_t first) {
+            TestBoxes(filter, boxes, count, acc + first, ful + first);
+        });
     }
     return py::make_tuple(accepted, full);
 }
@@ -237,14 +250,15 @@ void RegisterBulk(py::module_& m) {
             std::int32_t* s = sides.mutable_data();
             {
                 py::gil_scoped_release release;
-                const std::vector<CBoundingBox3d> boxes = RepackBoxes(a.data(), n);
                 // Entries of missed boxes are not written by the library: they read NaN.
                 const double nan = std::numeric_limits<double>::quiet_NaN();
-                std::vector<CPoint3d> points(n, CPoint3d(nan, nan, nan));
-                std::vector<EBoxSide> faces(n, NoSide);
-                r.IntersectBoxes(boxes.data(), n, h, points.data(), faces.data());
-                if (n > 0) std::memcpy(e, points.data(), n * sizeof(CPoint3d));
-                for (std::size_t i = 0; i < n; ++i) s[i] = static_cast<std::int32_t>(faces[i]);
+                auto* points = reinterpret_cast<CPoint3d*>(e);
+                for (std::size_t i = 0; i < n; ++i) points[i] = CPoint3d(nan, nan, nan);
+                EBoxSide faces[kBoxBlock];
+                ForBoxBlocks(a.data(), n, [&](const CBoundingBox3d* boxes, std::size_t count, std::size_t first) {
+                    r.IntersectBoxes(boxes, count, h + first, points + first, faces);
+                    for (std::size_t i = 0; i < count; ++i) s[first + i] = static_cast<std::int32_t>(faces[i]);
+                });
             }
             return py::make_tuple(hits, entries, sides);
         },
@@ -310,7 +324,8 @@ void RegisterBulk(py::module_& m) {
             double best = std::numeric_limits<double>::infinity();
             {
                 py::gil_scoped_release release;
-                const std::vector<CBoundingBox3d> boxes = RepackBoxes(a.data(), n);
+                std::vector<CBoundingBox3d> boxes(n);
+                RepackBoxes(a.data(), n, boxes.data());
                 std::unique_ptr<bool[]> acc(new bool[n + 1]), full(new bool[n + 1]);
                 for (int r = 0; r < repeats; ++r) {
                     const auto start = std::chrono::steady_clock::now();
