@@ -40,17 +40,22 @@ constexpr unsigned char AnyNotBelow = 2;  // some plane does not have the box st
 
 // The box codes of one box against the present planes, all of them evaluated (no
 // early exit, so no branch on the data): whether any plane has the box wholly
-// above it, and whether every plane has it wholly below. Count is 5 or 6.
+// above it, and whether some plane does not have it wholly below. The corners are
+// those of CPlane::IntersectWith(box). Count is 5 or 6.
 template <int Count>
-inline void ClassifyBox(const CPlane* planes, const CBoundingBox3d& box, bool& anyAbove, bool& allBelow) noexcept {
-    bool above = false, below = true;
+inline void ClassifyBox(const CPlane* planes, const CBoundingBox3d& box, bool& anyAbove, bool& anyNotBelow) noexcept {
+    const double x0 = box.x.min, x1 = box.x.max, y0 = box.y.min, y1 = box.y.max, z0 = box.z.min, z1 = box.z.max;
+    bool above = false, notBelow = false;
     for (int i = 0; i < Count; ++i) {
-        const int code = planes[i].IntersectWith(box);
-        above = above | (code == BoxAbove);
-        below = below & (code == BoxBelow);
+        const CPlane& p = planes[i];
+        const bool px = p.a >= 0.0, py = p.b >= 0.0, pz = p.c >= 0.0;
+        const double low = p.SignedDistance(CPoint3d(px ? x0 : x1, py ? y0 : y1, pz ? z0 : z1));
+        const double high = p.SignedDistance(CPoint3d(px ? x1 : x0, py ? y1 : y0, pz ? z1 : z0));
+        above = above | (low > 0.0);
+        notBelow = notBelow | !(high < 0.0);
     }
     anyAbove = above;
-    allBelow = below;
+    anyNotBelow = notBelow;
 }
 
 // The ranges of a run of boxes as columns: lo[k] / hi[k] hold the minima / maxima
@@ -205,22 +210,22 @@ inline const CPoint3d& End(const CPoint3d* endpoints, std::size_t i) { return en
 }  // namespace
 
 bool CGeomFilterVolume::TestBox(const CBoundingBox3d& box) const noexcept {
-    bool above, below;
+    bool above, notBelow;
     if (HasPlane5())
-        ClassifyBox<6>(planes, box, above, below);
+        ClassifyBox<6>(planes, box, above, notBelow);
     else
-        ClassifyBox<5>(planes, box, above, below);
+        ClassifyBox<5>(planes, box, above, notBelow);
     return !above;
 }
 
 bool CGeomFilterVolume::TestBox(const CBoundingBox3d& box, bool& fullyAccepted) const noexcept {
     // An absent plane 5 counts as having the box below it, so it simply drops out.
-    bool above, below;
+    bool above, notBelow;
     if (HasPlane5())
-        ClassifyBox<6>(planes, box, above, below);
+        ClassifyBox<6>(planes, box, above, notBelow);
     else
-        ClassifyBox<5>(planes, box, above, below);
-    fullyAccepted = !above && below;
+        ClassifyBox<5>(planes, box, above, notBelow);
+    fullyAccepted = !above && !notBelow;
     return !above;
 }
 
@@ -310,60 +315,87 @@ IGeomFilter* CGeomFilterCrossingVolume::Clone() { return new CGeomFilterCrossing
 
 namespace {
 
-// One plane's CPlane::TrimAbove applied to a run of segments held as columns (a and
-// b the two ends), with every step of the per-segment code: the end above moves to
-// (|s_below| * above + |s_above| * below) / (|s_above| + |s_below|) unless that sum
-// is below DivideByZeroTol. rejected[j] |= both ends strictly above. Segments
-// already rejected go on being computed; their answer no longer changes.
-inline void TrimRun(const CPlane& p, PointColumns& a, PointColumns& b, std::size_t m, double divideTol,
-                    unsigned char* rejected) noexcept {
-    const double pa = p.a, pb = p.b, pc = p.c, pd = p.d;
-    double* ax = a.c[0];
-    double* ay = a.c[1];
-    double* az = a.c[2];
-    double* bx = b.c[0];
-    double* by = b.c[1];
-    double* bz = b.c[2];
-    for (std::size_t j = 0; j < m; ++j) {
-        const double sa = pa * ax[j] + pb * ay[j] + pc * az[j] + pd;
-        const double sb = pa * bx[j] + pb * by[j] + pc * bz[j] + pd;
-        const bool aAbove = sa > 0.0, bAbove = sb > 0.0;
-        rejected[j] |= static_cast<unsigned char>(aAbove & bAbove);
-        // The end above (if only one is) and the one below, with their weights.
-        const double wa = std::fabs(aAbove ? sa : sb);
-        const double wb = std::fabs(aAbove ? sb : sa);
-        const double sum = wa + wb;
-        const bool move = (aAbove != bAbove) & (sum >= divideTol);
-        const double ux = aAbove ? ax[j] : bx[j], uy = aAbove ? ay[j] : by[j], uz = aAbove ? az[j] : bz[j];
-        const double vx = aAbove ? bx[j] : ax[j], vy = aAbove ? by[j] : ay[j], vz = aAbove ? bz[j] : az[j];
-        const double cx = (wb * ux + wa * vx) / sum;
-        const double cy = (wb * uy + wa * vy) / sum;
-        const double cz = (wb * uz + wa * vz) / sum;
-        const bool moveA = move & aAbove, moveB = move & !aAbove;
-        ax[j] = moveA ? cx : ax[j];
-        ay[j] = moveA ? cy : ay[j];
-        az[j] = moveA ? cz : az[j];
-        bx[j] = moveB ? cx : bx[j];
-        by[j] = moveB ? cy : by[j];
-        bz[j] = moveB ? cz : bz[j];
-    }
+#if defined(__SSE2__)
+// a where mask is set, b elsewhere.
+inline __m128d Select(__m128d mask, __m128d a, __m128d b) noexcept {
+    return _mm_or_pd(_mm_and_pd(mask, a), _mm_andnot_pd(mask, b));
 }
+
+// ((a*x + b*y) + c*z) + d in both lanes, as CPlane::SignedDistance evaluates it.
+inline __m128d Distance(const __m128d* e, __m128d x, __m128d y, __m128d z) noexcept {
+    return _mm_add_pd(_mm_add_pd(_mm_add_pd(_mm_mul_pd(e[0], x), _mm_mul_pd(e[1], y)), _mm_mul_pd(e[2], z)), e[3]);
+}
+#endif
 
 }  // namespace
 
 void CGeomFilterCrossingVolume::TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept {
+    // CPlane::TrimAbove plane by plane, as Test(start, end) does: the end above a
+    // plane moves to (|s_below| * above + |s_above| * below) / (|s_above| +
+    // |s_below|) unless that sum is below DivideByZeroTol, and the segment is
+    // rejected once both ends are strictly above a plane.
     const int count = HasPlane5() ? 6 : 5;
-    const double divideTol = DivideByZeroTol;
+#if defined(__SSE2__)
+    // Two segments at a time in the two lanes. A lane whose segment is rejected
+    // goes on being computed until both are; its answer no longer changes.
+    __m128d coef[6][4];
+    for (int k = 0; k < count; ++k) {
+        coef[k][0] = _mm_set1_pd(planes[k].a);
+        coef[k][1] = _mm_set1_pd(planes[k].b);
+        coef[k][2] = _mm_set1_pd(planes[k].c);
+        coef[k][3] = _mm_set1_pd(planes[k].d);
+    }
+    const __m128d zero = _mm_setzero_pd(), tol = _mm_set1_pd(DivideByZeroTol);
+    const __m128d sign = _mm_set1_pd(-0.0);
     PointColumns starts, ends;
-    unsigned char rejected[Run];
     for (std::size_t i = 0; i < n; i += Run) {
         const std::size_t m = n - i < Run ? n - i : Run;
         starts.Load(endpoints + 2 * i, m, 2);
         ends.Load(endpoints + 2 * i + 1, m, 2);
-        for (std::size_t j = 0; j < m; ++j) rejected[j] = 0;
-        for (int k = 0; k < count; ++k) TrimRun(planes[k], starts, ends, m, divideTol, rejected);
-        for (std::size_t j = 0; j < m; ++j) accepted[i + j] = rejected[j] == 0;
+        for (std::size_t j = 0; j < m; j += 2) {
+            __m128d ax = _mm_load_pd(starts.c[0] + j), ay = _mm_load_pd(starts.c[1] + j);
+            __m128d az = _mm_load_pd(starts.c[2] + j);
+            __m128d bx = _mm_load_pd(ends.c[0] + j), by = _mm_load_pd(ends.c[1] + j), bz = _mm_load_pd(ends.c[2] + j);
+            __m128d rejected = zero;
+            for (int k = 0; k < count; ++k) {
+                const __m128d sa = Distance(coef[k], ax, ay, az), sb = Distance(coef[k], bx, by, bz);
+                const __m128d aAbove = _mm_cmpgt_pd(sa, zero), bAbove = _mm_cmpgt_pd(sb, zero);
+                rejected = _mm_or_pd(rejected, _mm_and_pd(aAbove, bAbove));
+                if (_mm_movemask_pd(rejected) == 3) break;
+                const __m128d one = _mm_xor_pd(aAbove, bAbove);  // exactly one end above
+                if (_mm_movemask_pd(one) == 0) continue;
+                // u the end above, v the end below, wa and wb the sizes of their distances.
+                const __m128d wa = _mm_andnot_pd(sign, Select(aAbove, sa, sb));
+                const __m128d wb = _mm_andnot_pd(sign, Select(aAbove, sb, sa));
+                const __m128d sum = _mm_add_pd(wa, wb);
+                const __m128d move = _mm_and_pd(one, _mm_cmpge_pd(sum, tol));
+                const __m128d moveA = _mm_and_pd(move, aAbove), moveB = _mm_andnot_pd(aAbove, move);
+                const __m128d cx = _mm_div_pd(
+                    _mm_add_pd(_mm_mul_pd(wb, Select(aAbove, ax, bx)), _mm_mul_pd(wa, Select(aAbove, bx, ax))), sum);
+                const __m128d cy = _mm_div_pd(
+                    _mm_add_pd(_mm_mul_pd(wb, Select(aAbove, ay, by)), _mm_mul_pd(wa, Select(aAbove, by, ay))), sum);
+                const __m128d cz = _mm_div_pd(
+                    _mm_add_pd(_mm_mul_pd(wb, Select(aAbove, az, bz)), _mm_mul_pd(wa, Select(aAbove, bz, az))), sum);
+                ax = Select(moveA, cx, ax);
+                ay = Select(moveA, cy, ay);
+                az = Select(moveA, cz, az);
+                bx = Select(moveB, cx, bx);
+                by = Select(moveB, cy, by);
+                bz = Select(moveB, cz, bz);
+            }
+            const int out = _mm_movemask_pd(rejected);
+            accepted[i + j] = (out & 1) == 0;
+            if (j + 1 < m) accepted[i + j + 1] = (out & 2) == 0;
+        }
     }
+#else
+    for (std::size_t i = 0; i < n; ++i) {
+        CPoint3d a = Start(endpoints, i), b = End(endpoints, i);
+        bool keep = true;
+        for (int k = 0; k < count && keep; ++k) keep = planes[k].TrimAbove(&a, &b) != SegmentAbove;
+        accepted[i] = keep;
+    }
+#endif
 }
 
 // ----- select-all and planes ----------------------------------------------------
