@@ -281,6 +281,19 @@ TEST(Plane, TrimAboveKeepsThePartOnOrBelow) {
     trim({5, 0, 2e-11}, {1, 0, -2e-11}, SegmentTrimmed, {5, 0, 2e-11}, {1, 0, -2e-11});
 }
 
+TEST(Plane, LeastSquaresFitAcceptsPointsExactlyEqualTolOff) {
+    // A saddle of four points h above and below z = 0: the fit is z = 0 exactly
+    // (dyadic values, no rounding) and every point lies exactly h from it. The
+    // planarity test is inclusive, so h == EqualTol still passes.
+    for (const double h : {0x4p-10, 0x5p-10}) {
+        const std::vector<P> saddle = {{1, 1, h}, {-1, 1, -h}, {-1, -1, h}, {1, -1, -h}};
+        plenar_test::ToleranceGuard guard(0x4p-10);
+        CPlane pl;
+        EXPECT_EQ(pl.LeastSquaresFit(4, saddle.data()), h <= 0x4p-10) << h;
+        ExpectPlane(pl, 0, 0, 1, 0, 0);
+    }
+}
+
 TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     std::vector<P> square = {{0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}}, reversed(square.rbegin(), square.rend());
     CPlane pl;

@@ -78,6 +78,10 @@ TEST(CPoint3d, EqualsIsStrictAndSphericalWhileOrderIsInclusive) {
     EXPECT_TRUE(o.Equals(P(-0.124, 0, 0), 0.125));
     EXPECT_FALSE(o.Equals(P(0.1, 0.1, 0.1), 0.125));  // each axis within, the sphere not
     EXPECT_TRUE(o.Equals(P(0.0625, -0.0625, 0.0625), 0.125));
+    // The spherical test is strict too: offsets 3/1024 and 4/1024 lie exactly
+    // 5/1024 away (squares summed without rounding), each axis well within.
+    EXPECT_FALSE(o.Equals(P(0x3p-10, 0x4p-10, 0), 0x5p-10));
+    EXPECT_TRUE(o.Equals(P(0x3p-10, 0x4p-10, 0), 0x5p-10 + 0x1p-30));
 
     plenar_test::ToleranceGuard guard(0.125);
     const P b(0.125, -5, -5);
