@@ -260,8 +260,9 @@ void CGeomFilterVolume::TestPoints(const CPoint3d* points, std::size_t n, bool* 
 }
 
 void CGeomFilterVolume::Transform(const CTransformation& t) {
-    const int count = HasPlane5() ? 6 : 5;
-    for (int i = 0; i < count; ++i) t.Transform(planes[i]);
+    // One inversion for all the planes; each plane ends exactly as Transform(CPlane&)
+    // leaves it.
+    t.TransformPlanes(planes, HasPlane5() ? 6 : 5);
 }
 
 CGeomFilterInsideVolume::~CGeomFilterInsideVolume() = default;
