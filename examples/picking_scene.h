@@ -24,6 +24,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -272,8 +273,12 @@ inline PickResult WalkShare(const Scene& scene, IGeomFilter& world, int first, i
     using Clock = std::chrono::steady_clock;
     PickResult result;
     PickStats& s = result.stats;
+    // Each stage picks in ascending order of ids (instances, groups and boxes are
+    // numbered in scene order), so three lists merged give the sorted answer.
+    std::vector<int> picked[3];
+    int stage = 0;
     auto acceptGroup = [&](const Group& group) {
-        for (int b = 0; b < group.boxCount; ++b) result.picked.push_back(group.firstBox + b);
+        for (int b = 0; b < group.boxCount; ++b) picked[stage].push_back(group.firstBox + b);
     };
     auto acceptInstance = [&](const Instance& in) {
         for (int g = in.firstGroup; g < in.firstGroup + in.groupCount; ++g) acceptGroup(scene.groups[g]);
@@ -301,6 +306,7 @@ inline PickResult WalkShare(const Scene& scene, IGeomFilter& world, int first, i
     // 2. Instance and group bounds in instance coordinates, then the boxes of each
     //    straddling group in one bulk call.
     const auto t1 = Clock::now();
+    stage = 1;
     std::vector<std::pair<int, IGeomFilter*>> straddling;
     std::size_t largestGroup = 0;
     for (const Group& group : scene.groups) largestGroup = std::max(largestGroup, std::size_t(group.boxCount));
@@ -333,7 +339,7 @@ inline PickResult WalkShare(const Scene& scene, IGeomFilter& world, int first, i
                         ++s.boxesRejected;
                     } else if (whole[k]) {
                         ++s.boxesAccepted;
-                        result.picked.push_back(group.firstBox + k);
+                        picked[1].push_back(group.firstBox + k);
                     } else {
                         ++s.boxesOpened;
                         straddling.emplace_back(group.firstBox + k, local.get());
@@ -360,10 +366,15 @@ inline PickResult WalkShare(const Scene& scene, IGeomFilter& world, int first, i
         s.edgesTested += static_cast<long>(edges);
         for (std::size_t k = b; k < e; ++k) {
             const bool* h = &hits[12 * (k - b)];
-            if (std::any_of(h, h + 12, [](bool hit) { return hit; })) result.picked.push_back(straddling[k].first);
+            if (std::any_of(h, h + 12, [](bool hit) { return hit; })) picked[2].push_back(straddling[k].first);
         }
         b = e;
     }
+    std::vector<int> early;
+    early.reserve(picked[0].size() + picked[1].size());
+    std::merge(picked[0].begin(), picked[0].end(), picked[1].begin(), picked[1].end(), std::back_inserter(early));
+    result.picked.reserve(early.size() + picked[2].size());
+    std::merge(early.begin(), early.end(), picked[2].begin(), picked[2].end(), std::back_inserter(result.picked));
     const auto t3 = Clock::now();
     result.instanceSeconds = std::chrono::duration<double>(t1 - t0).count();
     result.boxSeconds = std::chrono::duration<double>(t2 - t1).count();
@@ -414,7 +425,10 @@ inline PickResult PickHierarchical(const Scene& scene, IGeomFilter& world, int t
         result.boxSeconds += part.boxSeconds;
         result.edgeSeconds += part.edgeSeconds;
     }
-    std::sort(result.picked.begin(), result.picked.end());
+    // The shares hold consecutive instances, so their answers follow one another;
+    // a scene numbered otherwise is sorted here.
+    if (!std::is_sorted(result.picked.begin(), result.picked.end()))
+        std::sort(result.picked.begin(), result.picked.end());
     result.wallSeconds = std::chrono::duration<double>(Clock::now() - start).count();
     return result;
 }
