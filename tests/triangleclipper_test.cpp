@@ -8,7 +8,10 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
+
+#include "support/random.h"
 
 using namespace velmor::geometry;
 using P3 = CPoint3d;
@@ -189,4 +192,72 @@ TEST(TriangleClipper, NonFiniteVerticesFinish) {
     for (const Tri& t : {Tri{{0, 1, 3}}, Tri{{0, 2, 3}}, Tri{{1, 2, 1}}}) clipper.ClipToExtents(t, &result);
     for (const Tri& t : result)
         for (int i : t.indices) EXPECT_LT(static_cast<std::size_t>(i), pool.size());
+}
+
+namespace {
+
+// Clips a fixed soup of small triangles scattered around the unit box on a pool of
+// its own, so that the pieces and the pool can be compared bit for bit.
+struct SoupClip {
+    std::vector<P3> pool;
+    Tris result;
+
+    void Run() {
+        plenar_test::SplitMix64 rng(4242);
+        pool.clear();
+        result.clear();
+        for (int i = 0; i < 600; ++i) {
+            const P3 c(rng.Uniform(-0.5, 1.5), rng.Uniform(-0.5, 1.5), rng.Uniform(-0.5, 1.5));
+            for (int k = 0; k < 3; ++k)
+                pool.emplace_back(c.x + rng.Uniform(-0.4, 0.4), c.y + rng.Uniform(-0.4, 0.4),
+                                  c.z + rng.Uniform(-0.4, 0.4));
+        }
+        TriangleClipper3D clipper(&pool, CBoundingBox3d(P3(0, 0, 0), P3(1, 1, 1)));
+        for (int i = 0; i < 600; ++i) clipper.ClipToExtents({{3 * i, 3 * i + 1, 3 * i + 2}}, &result);
+    }
+    bool operator==(const SoupClip& o) const {
+        if (result != o.result || pool.size() != o.pool.size()) return false;
+        for (std::size_t i = 0; i < pool.size(); ++i)
+            if (!Same(pool[i], o.pool[i])) return false;
+        return true;
+    }
+};
+
+// Clips when its thread ends; made before the thread's first clip, so it is
+// destroyed after the clipper's per-thread working lists.
+struct ClipsAtThreadExit {
+    SoupClip* out = nullptr;
+    ~ClipsAtThreadExit() {
+        if (out != nullptr) out->Run();
+    }
+};
+thread_local ClipsAtThreadExit clipsAtThreadExit;
+
+}  // namespace
+
+TEST(TriangleClipper, ClippersOnSeveralThreadsGiveTheSingleThreadAnswer) {
+    SoupClip reference;
+    reference.Run();
+    ASSERT_GT(reference.pool.size(), 1800u + 600u);  // many triangles were cut
+
+    // The per-thread working lists must not be shared: four threads clipping at once
+    // each get the single-thread pieces and pool.
+    std::vector<SoupClip> runs(4);
+    std::vector<std::thread> threads;
+    for (SoupClip& run : runs)
+        threads.emplace_back([&run] {
+            for (int repeat = 0; repeat < 20; ++repeat) run.Run();
+        });
+    for (std::thread& t : threads) t.join();
+    for (const SoupClip& run : runs) EXPECT_TRUE(run == reference);
+
+    // A clip from a thread-local destructor that runs after the working lists are
+    // gone still works.
+    SoupClip atExit;
+    std::thread([&atExit] {
+        clipsAtThreadExit.out = &atExit;
+        SoupClip first;
+        first.Run();
+    }).join();
+    EXPECT_TRUE(atExit == reference);
 }
