@@ -80,8 +80,9 @@ TEST(Layout, ThreeDimensionalValues) {
     EXPECT_TRUE(IsPlainValue<CPoint3d>(24, 8));
     EXPECT_TRUE(IsPlainValue<CVector3d>(24, 8));
     EXPECT_TRUE(IsPlainValue<CUnitVector3d>(24, 8));
-    EXPECT_TRUE(std::is_standard_layout_v<CPoint3d> && std::is_standard_layout_v<CVector3d> &&
-                std::is_standard_layout_v<CUnitVector3d>);
+    EXPECT_TRUE(std::is_standard_layout_v<CPoint3d>);
+    EXPECT_TRUE(std::is_standard_layout_v<CVector3d>);
+    EXPECT_TRUE(std::is_standard_layout_v<CUnitVector3d>);
     EXPECT_EQ(offsetof(CPoint3d, z), 16u);
     EXPECT_EQ(offsetof(CVector3d, z), 16u);
     EXPECT_EQ(offsetof(CUnitVector3d, y), 8u);
@@ -89,7 +90,8 @@ TEST(Layout, ThreeDimensionalValues) {
     EXPECT_TRUE(IsPlainValue<CPoint4d>(32, 8));
     EXPECT_TRUE(IsPlainValue<CVector4d>(32, 8));
     EXPECT_TRUE(IsPlainValue<Quaternion>(32, 8));
-    EXPECT_TRUE(std::is_standard_layout_v<CPoint4d> && std::is_standard_layout_v<Quaternion>);
+    EXPECT_TRUE(std::is_standard_layout_v<CPoint4d>);
+    EXPECT_TRUE(std::is_standard_layout_v<Quaternion>);
     EXPECT_EQ(offsetof(CPoint4d, w), 24u);
     EXPECT_EQ(offsetof(CVector4d, w), 24u);
     EXPECT_EQ(offsetof(Quaternion, x), 0u);  // the vector part first, the scalar last
