@@ -25,7 +25,6 @@
 #include <geometry/tol.h>
 #include <geometry/triangleclipper.h>
 
-#include <assimp/postprocess.h>
 #include <assimp/scene.h>
 
 #include <algorithm>
@@ -91,7 +90,6 @@ public:
         for (std::size_t i = 0; i < n; ++i) indices[i] = InsertPoint(points[i]);
     }
     long AddPolygon(long count, const CPoint3d* points) {
-        mesh_.polygonIndices.reserve(mesh_.polygonIndices.size() + static_cast<std::size_t>(std::max(count, 0L)));
         mesh_.polygonStarts.push_back(static_cast<long>(mesh_.polygonIndices.size()));
         long added = 0;
         for (long k = 0; k < count; ++k, ++added) mesh_.polygonIndices.push_back(InsertPoint(points[k]));
@@ -370,13 +368,76 @@ void WriteSvg(const char* path, const Camera& camera, const View& v, const std::
     std::fclose(f);
 }
 
-// Reads every triangle of the scene with the node placements applied.
-const aiScene* Load(Assimp::Importer& importer, const char* path, unsigned extraFlags) {
-    importer.SetPropertyInteger(AI_CONFIG_PP_SBP_REMOVE, aiPrimitiveType_POINT | aiPrimitiveType_LINE);
-    const aiScene* scene = importer.ReadFile(
-        path, aiProcess_Triangulate | aiProcess_PreTransformVertices | aiProcess_SortByPType | extraFlags);
+// Reads the file without any of assimp's post-processing steps: its flattening of
+// the node hierarchy and its triangulation assert or crash on a few files, so the
+// walk below does both.
+const aiScene* Load(Assimp::Importer& importer, const char* path) {
+    const aiScene* scene = importer.ReadFile(path, 0);
     if (scene == nullptr || (scene->mFlags & AI_SCENE_FLAGS_INCOMPLETE) != 0 || scene->mNumMeshes == 0) return nullptr;
     return scene;
+}
+
+// Appends the corners of every triangle of a mesh placed by m (in double).
+// Polygons are split into fans from their first corner; points and lines are
+// left out.
+void AddMesh(const aiMesh* mesh, const double m[12], std::vector<CPoint3d>& corners) {
+    if (mesh == nullptr || mesh->mVertices == nullptr || mesh->mFaces == nullptr) return;
+    auto place = [&](unsigned index) {
+        const aiVector3D& p = mesh->mVertices[index];
+        const double x = p.x, y = p.y, z = p.z;
+        return CPoint3d(m[0] * x + m[1] * y + m[2] * z + m[3], m[4] * x + m[5] * y + m[6] * z + m[7],
+                        m[8] * x + m[9] * y + m[10] * z + m[11]);
+    };
+    for (unsigned f = 0; f < mesh->mNumFaces; ++f) {
+        const aiFace& face = mesh->mFaces[f];
+        if (face.mNumIndices < 3 || face.mIndices == nullptr) continue;
+        bool ok = true;
+        for (unsigned k = 0; k < face.mNumIndices; ++k) ok = ok && face.mIndices[k] < mesh->mNumVertices;
+        if (!ok) continue;
+        for (unsigned k = 1; k + 1 < face.mNumIndices; ++k) {
+            corners.push_back(place(face.mIndices[0]));
+            corners.push_back(place(face.mIndices[k]));
+            corners.push_back(place(face.mIndices[k + 1]));
+        }
+    }
+}
+
+// Walks the node hierarchy (with a stack of its own and a bound on the nodes
+// visited, whatever the file holds) and places each referenced mesh. Without
+// nodes every mesh is taken as it is.
+void CollectTriangles(const aiScene* scene, std::vector<CPoint3d>& corners) {
+    struct Item {
+        const aiNode* node;
+        double m[12];
+    };
+    const double identity[12] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
+    if (scene->mRootNode == nullptr) {
+        for (unsigned i = 0; i < scene->mNumMeshes; ++i) AddMesh(scene->mMeshes[i], identity, corners);
+        return;
+    }
+    std::vector<Item> stack;
+    stack.push_back(Item{scene->mRootNode, {}});
+    std::copy(identity, identity + 12, stack.back().m);
+    long budget = 1000000;
+    while (!stack.empty() && budget-- > 0) {
+        const Item item = stack.back();
+        stack.pop_back();
+        const aiMatrix4x4& t = item.node->mTransformation;
+        const double local[12] = {t.a1, t.a2, t.a3, t.a4, t.b1, t.b2, t.b3, t.b4, t.c1, t.c2, t.c3, t.c4};
+        Item placed{nullptr, {}};
+        for (int r = 0; r < 3; ++r)
+            for (int c = 0; c < 4; ++c)
+                placed.m[4 * r + c] = item.m[4 * r] * local[c] + item.m[4 * r + 1] * local[4 + c] +
+                                      item.m[4 * r + 2] * local[8 + c] + (c == 3 ? item.m[4 * r + 3] : 0.0);
+        for (unsigned i = 0; i < item.node->mNumMeshes; ++i)
+            if (item.node->mMeshes[i] < scene->mNumMeshes)
+                AddMesh(scene->mMeshes[item.node->mMeshes[i]], placed.m, corners);
+        for (unsigned i = 0; i < item.node->mNumChildren; ++i)
+            if (item.node->mChildren[i] != nullptr) {
+                placed.node = item.node->mChildren[i];
+                stack.push_back(placed);
+            }
+    }
 }
 
 int Run(int argc, char** argv) {
@@ -396,46 +457,42 @@ int Run(int argc, char** argv) {
     // 1. Read, with assimp's own exact-duplicate count from a second import.
     auto start = Clock::now();
     Assimp::Importer importer;
-    const aiScene* scene = Load(importer, path, 0);
+    const aiScene* scene = Load(importer, path);
     if (scene == nullptr) {
         const std::string error = importer.GetErrorString();
         std::fprintf(stderr, "model_pick: cannot read %s: %s\n", path, error.empty() ? "no meshes" : error.c_str());
         return 2;
     }
     std::vector<CPoint3d> corners;  // three per triangle
-    std::size_t vertices = 0;
-    for (unsigned m = 0; m < scene->mNumMeshes; ++m) {
-        const aiMesh* mesh = scene->mMeshes[m];
-        vertices += mesh->mNumVertices;
-        for (unsigned f = 0; f < mesh->mNumFaces; ++f) {
-            const aiFace& face = mesh->mFaces[f];
-            if (face.mNumIndices != 3) continue;
-            bool ok = true;
-            for (int k = 0; k < 3; ++k) ok = ok && face.mIndices[k] < mesh->mNumVertices;
-            if (!ok) continue;
-            for (int k = 0; k < 3; ++k) {
-                const aiVector3D& p = mesh->mVertices[face.mIndices[k]];
-                corners.emplace_back(p.x, p.y, p.z);
-            }
-        }
-    }
+    CollectTriangles(scene, corners);
     const double loadMs = MsSince(start);
     if (corners.empty()) {
         std::fprintf(stderr, "model_pick: %s holds no triangles\n", path);
         return 3;
     }
-    start = Clock::now();
-    std::size_t joined = 0;
+    // Exact duplicates among the corners: what joining identical vertices would
+    // leave, to set beside the welding within the tolerance.
+    std::size_t exact = 0;
     {
-        Assimp::Importer second;
-        if (const aiScene* s = Load(second, path, aiProcess_JoinIdenticalVertices))
-            for (unsigned m = 0; m < s->mNumMeshes; ++m) joined += s->mMeshes[m]->mNumVertices;
+        // A NaN has no place in an order: such corners are all distinct.
+        std::vector<CPoint3d> sorted;
+        for (const CPoint3d& p : corners) {
+            if (std::isnan(p.x) || std::isnan(p.y) || std::isnan(p.z))
+                ++exact;
+            else
+                sorted.push_back(p);
+        }
+        auto less = [](const CPoint3d& a, const CPoint3d& b) {
+            return a.x < b.x || (a.x == b.x && (a.y < b.y || (a.y == b.y && a.z < b.z)));
+        };
+        std::sort(sorted.begin(), sorted.end(), less);
+        for (std::size_t i = 0; i < sorted.size(); ++i) exact += i == 0 || less(sorted[i - 1], sorted[i]);
     }
-    const double joinMs = MsSince(start);
 
     // 2. Weld into a polygon mesh: triangle i is polygon i + 1.
     start = Clock::now();
     CPolygonMesh mesh(0);
+    mesh.ReserveSpace(static_cast<long>(corners.size()), static_cast<long>(corners.size() / 3));
     CMeshWelder welder(mesh);
     const std::size_t nTri = corners.size() / 3;
     for (std::size_t i = 0; i < nTri; ++i) welder.AddPolygon(3, &corners[3 * i]);
@@ -470,8 +527,8 @@ int Run(int argc, char** argv) {
     const double treeMs = MsSince(start);
 
     std::printf("%s\n", path);
-    std::printf("  read:   %zu vertices, %zu triangles (%.1f ms); assimp joins them to %zu (%.1f ms)\n", vertices, nTri,
-                loadMs, joined, joinMs);
+    std::printf("  read:   %zu triangles, %zu corners at %zu distinct positions (%.1f ms)\n", nTri, corners.size(),
+                exact, loadMs);
     std::printf("  weld:   %zu corners -> %zu points within EqualTol %g (%.1f ms)\n", corners.size(),
                 mesh.points.size(), EqualTol, weldMs);
     std::printf("  tree:   %zu nodes, depth %d (%.1f ms)\n", tree.NodeCount(), tree.Depth(), treeMs);
@@ -563,8 +620,8 @@ int Run(int argc, char** argv) {
                 clipped.size() / 3, clipTreeMs, clipBruteMs, clipSame ? "" : "  DISAGREE");
 
     std::printf("  checks: %d of %d agree with brute force\n", agree, checks);
-    std::printf("RESULT\t%zu\t%zu\t%zu\t%zu\t%d\t%d\t%.1f\t%.1f\n", vertices, joined, mesh.points.size(), nTri, agree,
-                checks, weldMs, treeMs);
+    std::printf("RESULT\t%zu\t%zu\t%zu\t%zu\t%d\t%d\t%.1f\t%.1f\n", corners.size(), exact, mesh.points.size(), nTri,
+                agree, checks, weldMs, treeMs);
 
     if (svgPath != nullptr) {
         std::string title = path;
