@@ -12,7 +12,7 @@
 // --svg writes the model as the camera sees it with the picked triangles
 // highlighted.
 //
-//   model_pick FILE [--svg OUT.svg] [--no-brute-weld]
+//   model_pick FILE [--svg OUT.svg] [--zup]
 //
 // A file assimp cannot read gets one line on stderr and exit status 2.
 #include "picking_scene.h"
@@ -149,14 +149,16 @@ struct Triangle {
     CPoint3d p[3];
 };
 
-// The camera looks at the model's box from the front, to the right and above.
-Camera LookAt(const CBoundingBox3d& bounds) {
+// The camera looks at the model's box from the front, to the right and above;
+// up is +y (the convention of most formats) or +z.
+Camera LookAt(const CBoundingBox3d& bounds, bool zUp) {
     const CPoint3d centre = bounds.GetCenter();
     const double size = std::max(bounds.GetDiagonal(), 1e-9);
     Camera camera;
-    camera.eye = centre + CVector3d(0.55 * size, -0.95 * size, 0.6 * size);
+    camera.eye = centre + (zUp ? CVector3d(0.55 * size, -0.95 * size, 0.6 * size)
+                               : CVector3d(0.55 * size, 0.6 * size, 0.95 * size));
     camera.direction = CUnitVector3d(centre - camera.eye);
-    camera.up = CUnitVector3d(0, 0, 1);
+    camera.up = zUp ? CUnitVector3d(0, 0, 1) : CUnitVector3d(0, 1, 0);
     camera.fieldOfView = 45.0 * 3.141592653589793 / 180.0;
     camera.width = 800;
     camera.height = 600;
@@ -443,14 +445,17 @@ void CollectTriangles(const aiScene* scene, std::vector<CPoint3d>& corners) {
 int Run(int argc, char** argv) {
     const char* path = nullptr;
     const char* svgPath = nullptr;
+    bool zUp = false;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--svg") == 0 && i + 1 < argc)
             svgPath = argv[++i];
+        else if (std::strcmp(argv[i], "--zup") == 0)
+            zUp = true;
         else if (path == nullptr)
             path = argv[i];
     }
     if (path == nullptr) {
-        std::fprintf(stderr, "usage: model_pick FILE [--svg OUT.svg]\n");
+        std::fprintf(stderr, "usage: model_pick FILE [--svg OUT.svg] [--zup]\n");
         return 2;
     }
 
@@ -533,7 +538,7 @@ int Run(int argc, char** argv) {
                 mesh.points.size(), EqualTol, weldMs);
     std::printf("  tree:   %zu nodes, depth %d (%.1f ms)\n", tree.NodeCount(), tree.Depth(), treeMs);
 
-    const Camera camera = LookAt(bounds);
+    const Camera camera = LookAt(bounds, zUp);
     const View view = MakeView(camera);
     int checks = 0, agree = 0;
 

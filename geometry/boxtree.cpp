@@ -315,20 +315,22 @@ bool CBoxTree::VisitRayHits(const CRay3d& ray, RayCallback callback, void* conte
         std::int32_t node;
         double lb, ub;
     };
-    // Each pass keeps the RayBatch nearest hits after the last one reported (a
-    // max-heap, the farthest on top), prunes nodes that cannot hold anything nearer
+    // Each pass keeps the nearest hits after the last one reported (a max-heap of
+    // up to RayBatch, the farthest on top), prunes nodes that cannot hold anything nearer
     // than that farthest or later than the last reported hit, then reports the batch
     // in order. A short batch means nothing is left.
+    // The first pass looks for the nearest hit alone, which is all a pick that
+    // stops there needs; later passes double the batch up to RayBatch.
     RayHit batch[RayBatch];
     RayHit last{};
     bool haveLast = false;
-    for (;;) {
+    for (int capacity = 1;; capacity = std::min(2 * capacity, static_cast<int>(RayBatch))) {
         int count = 0;
         auto consider = [&](const CBoundingBox3d& box, long id) {
             RayHit hit;
             if (!HitBox(ray, o, u, box, id, hit)) return;
             if (haveLast && !Before(last, hit)) return;
-            if (count < RayBatch) {
+            if (count < capacity) {
                 batch[count++] = hit;
                 std::push_heap(batch, batch + count, Before);
             } else if (Before(hit, batch[0])) {
@@ -344,7 +346,7 @@ bool CBoxTree::VisitRayHits(const CRay3d& ray, RayCallback callback, void* conte
         if (!nodes_.empty() && RayRange(nodes_[0].box, o, u, stack[0].lb, stack[0].ub)) stack[top++].node = 0;
         while (top > 0) {
             const Entry entry = stack[--top];
-            if (count == RayBatch && entry.lb > batch[0].t) continue;
+            if (count == capacity && entry.lb > batch[0].t) continue;
             if (haveLast && entry.ub < last.t) continue;
             const Node& node = nodes_[entry.node];
             if (node.right == 0) {
@@ -369,7 +371,7 @@ bool CBoxTree::VisitRayHits(const CRay3d& ray, RayCallback callback, void* conte
         std::sort_heap(batch, batch + count, Before);
         for (int k = 0; k < count; ++k)
             if (!callback(context, batch[k])) return false;
-        if (count < RayBatch) return true;
+        if (count < capacity) return true;
         last = batch[count - 1];
         haveLast = true;
     }

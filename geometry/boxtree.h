@@ -126,8 +126,9 @@ public:
     /// Calls visit(const RayHit&) for every box the ray meets, nearest entry first;
     /// visit returns false to stop (once the nearest hit of what the boxes hold is
     /// nearer than the next box's t, nothing further can beat it). Returns false when
-    /// visit stopped the walk. The walk gathers the boxes in batches of RayBatch, so
-    /// stopping early is cheap and visiting everything costs a few extra passes.
+    /// visit stopped the walk. The walk gathers the boxes in passes, the first for
+    /// the nearest box alone, then batches doubling up to RayBatch: stopping at the
+    /// first boxes is cheap, and visiting everything costs a pass per RayBatch boxes.
     template <typename Visitor>
     bool VisitRay(const CRay3d& ray, Visitor&& visit) const {
         using V = std::remove_reference_t<Visitor>;

@@ -92,7 +92,7 @@ done
 
 echo
 echo "files: ${#files[@]}; loaded ${loaded}, not read by assimp or without triangles ${skipped}, timed out ${timedout}"
-echo "totals over loaded files: ${sum_vertices} vertices, ${sum_joined} after assimp's exact join," \
+echo "totals over loaded files: ${sum_vertices} corners, ${sum_joined} distinct positions," \
     "${sum_welded} after welding, ${sum_triangles} triangles"
 echo "checks agreeing with brute force: ${sum_agree} of ${sum_checks}; crashes: ${crashed}; files disagreeing: ${disagreed}"
 for c in "${crashes[@]+"${crashes[@]}"}"; do echo "  crash: $c"; done
