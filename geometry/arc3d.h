@@ -43,9 +43,7 @@ public:
     CArc3d(const CPoint3d& center_, const CPoint3d& start, const CPoint3d& end, const CUnitVector3d& normal) noexcept;
     /// The whole circle c, as the arc (0, 2pi).
     CArc3d(const CCircle3d& c) noexcept;  // NOLINT: a circle converts to its full arc by design
-    /// Copies the circle and both angles.
     CArc3d(const CArc3d&) = default;
-    /// Copies the circle and both angles.
     CArc3d& operator=(const CArc3d&) = default;
     ~CArc3d() override = default;
 

@@ -7,7 +7,7 @@
 namespace velmor::geometry {
 
 int PointInPolygon(const CPoint2f& p, const CPoint2f* points, unsigned int count) noexcept {
-    if (count == 0 || points == nullptr) return 8;
+    if (count == 0 || points == nullptr) return OutsidePolygon;
     const double tol = EqualTol;
     const double px = p.x;
     const double py = p.y;
@@ -18,7 +18,7 @@ int PointInPolygon(const CPoint2f& p, const CPoint2f* points, unsigned int count
     for (unsigned int i = 0; i < count; ++i) {
         const CPoint2f& v = points[i];
         // Strict in both coordinates: a point exactly tol away is not on the vertex.
-        if (std::fabs(px - v.x) < tol && std::fabs(py - v.y) < tol) return 4;
+        if (std::fabs(px - v.x) < tol && std::fabs(py - v.y) < tol) return OnPolygonVertex;
 
         // A vertex exactly tol above (below) p counts as above (below) the ray's line.
         const bool upper = (prev->y - py >= tol) != (v.y - py >= tol);
@@ -33,8 +33,8 @@ int PointInPolygon(const CPoint2f& p, const CPoint2f* points, unsigned int count
 
     const bool rightOdd = (right & 1u) != 0;
     const bool leftOdd = (left & 1u) != 0;
-    if (rightOdd != leftOdd) return 2;
-    return rightOdd ? 1 : 8;
+    if (rightOdd != leftOdd) return OnPolygonEdge;
+    return rightOdd ? InsidePolygon : OutsidePolygon;
 }
 
 }  // namespace velmor::geometry

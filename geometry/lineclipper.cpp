@@ -29,9 +29,9 @@ int LineClipper::Clip(bool sides, const CPoint4d& p0, const CPoint4d& p1) noexce
     double bc1[4];
     const unsigned int c0 = CalculateBoundaryCoordinates(sides, p0, bc0);
     const unsigned int c1 = CalculateBoundaryCoordinates(sides, p1, bc1);
-    if ((c0 & c1) != 0) return 0;  // both outside one plane
+    if ((c0 & c1) != 0) return NothingVisible;  // both outside one plane
     const unsigned int crossed = c0 | c1;
-    if (crossed == 0) return 1;  // wholly inside: the interval fields stay as they were
+    if (crossed == 0) return AllVisible;  // wholly inside: the interval fields stay as they were
 
     const int count = sides ? 4 : 2;
     tMin = 0.0;
@@ -45,9 +45,9 @@ int LineClipper::Clip(bool sides, const CPoint4d& p0, const CPoint4d& p1) noexce
         } else {
             if (t < tMax) tMax = t;  // p1 outside: the segment leaves here
         }
-        if (tMin > tMax) return 0;
+        if (tMin > tMax) return NothingVisible;
     }
-    return 2;
+    return PartVisible;
 }
 
 void LineClipper::ClampToNearFarPlaneZ(CPoint4d& p) const noexcept {

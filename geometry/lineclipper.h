@@ -21,6 +21,9 @@
 
 namespace velmor::geometry {
 
+/// What LineClipper::Clip found visible of a segment.
+enum EClipResult : int { NothingVisible = 0, AllVisible = 1, PartVisible = 2 };
+
 /// Clips homogeneous segments against the side or depth planes of the view volume and reports the visible
 /// parameter interval. A plain value: no pool, nothing owned.
 class PLENAR_API LineClipper {
@@ -39,10 +42,11 @@ public:
     /// set when bc[i] < 0 (strict: on the plane is inside).
     unsigned int CalculateBoundaryCoordinates(bool sides, const CPoint4d& p, double* bc) const noexcept;
 
-    /// Clips p0-p1. Returns 0 when nothing is inside, 1 when all of it is inside
-    /// (tMin and tMax are then left as they were, so callers can keep their own
-    /// values), 2 when part of it is inside (tMin, tMax give that part). A 0 found
-    /// while narrowing the interval leaves tMin, tMax at the values reached.
+    /// Clips p0-p1 (an EClipResult). NothingVisible (0) when nothing is inside,
+    /// AllVisible (1) when all of it is inside (tMin and tMax are then left as they
+    /// were, so callers can keep their own values), PartVisible (2) when part of it
+    /// is inside (tMin, tMax give that part). NothingVisible found while narrowing
+    /// the interval leaves tMin, tMax at the values reached.
     int Clip(bool sides, const CPoint4d& p0, const CPoint4d& p1) noexcept;
 
     /// Clamps the normalised depth z/w of p into [-d, d] and writes z = w * (z/w);

@@ -36,11 +36,6 @@ namespace velmor::geometry {
 
 namespace {
 
-// Fixed threshold below which the closest-point and 2D intersection routines
-// treat two directions as parallel. Absolute on purpose: it is not scaled by the
-// lengths of the segments involved.
-constexpr double ParallelThreshold = 1e-10;
-
 CPoint2d Midpoint(const CPoint2d& a, const CPoint2d& b) { return {(a.x + b.x) * 0.5, (a.y + b.y) * 0.5}; }
 
 // Whether p lies on the non-degenerate segment s1-s2: its projection parameter is
@@ -117,20 +112,20 @@ int ClosestPoint(const CPoint3d& a, const CPoint3d& b, const CPoint3d& p, const 
     if (den < ParallelThreshold) {
         // Parallel: the nearer endpoint, b on a tie.
         out = (b - p).LengthSquared() > (p - a).LengthSquared() ? a : b;
-        return 0;
+        return SegmentParallel;
     }
     const CVector3d ap = p - a;
     const double s = (Dot(D, ap) - Dot(u, ap) * k) / den;
     if (s < 0.0) {
         out = a;
-        return 1;
+        return ClampedToStart;
     }
     if (s > 1.0) {
         out = b;
-        return 2;
+        return ClampedToEnd;
     }
     out = CPoint3d(1.0 - s, a, s, b);
-    return 3;
+    return InsideSegment;
 }
 
 double ParameterOfClosestPoint(const CPoint3d& a, const CPoint3d& b, const CPoint3d& p) {
@@ -248,8 +243,8 @@ bool IntersectSegments(CPoint2d& a1, CPoint2d& a2, CPoint2d& b1, CPoint2d& b2, C
 
 int PointInPolygon(const CPoint2d& p, CPoint2d* poly, int n) {
     // Checked before any vertex is read; for valid input the order is immaterial.
-    if (n < 1) return 8;
-    if (p.Equals(poly[n - 1])) return 4;
+    if (n < 1) return OutsidePolygon;
+    if (p.Equals(poly[n - 1])) return OnPolygonVertex;
 
     // Which side of p's horizontal a vertex lies on: 0 within EqualTol, +1 above,
     // -1 below.
@@ -263,14 +258,14 @@ int PointInPolygon(const CPoint2d& p, CPoint2d* poly, int n) {
     int count = 0;
     for (int i = 0; i < n; ++i) {
         const CPoint2d cur = poly[i];
-        if (cur.Equals(p)) return 4;
+        if (cur.Equals(p)) return OnPolygonVertex;
         const int sCur = side(cur);
         if (sCur != sPrev) {
             const CVector2d e = cur - prev;
             const double e2 = e.LengthSquared();
             if (e2 >= EqualTolSq) {
                 const double t = Dot(p - prev, e) / e2;
-                if (t > 0.0 && t < 1.0 && p.Equals(prev + e * t)) return 2;
+                if (t > 0.0 && t < 1.0 && p.Equals(prev + e * t)) return OnPolygonEdge;
             }
             const int sum = sPrev + sCur;
             if (sum == -1) {
@@ -280,17 +275,17 @@ int PointInPolygon(const CPoint2d& p, CPoint2d* poly, int n) {
                 if (onLine.x > p.x) ++count;
             } else if (sum == 0) {
                 const double xs = (p.y - prev.y) * (cur.x - prev.x) / (cur.y - prev.y) + prev.x;
-                if (std::fabs(xs - p.x) < EqualTol) return 2;
+                if (std::fabs(xs - p.x) < EqualTol) return OnPolygonEdge;
                 if (xs > p.x) ++count;
             }
         } else if (sCur == 0) {
             // A horizontal edge at p's height.
-            if ((p.x - cur.x) * (p.x - prev.x) < 0.0) return 2;
+            if ((p.x - cur.x) * (p.x - prev.x) < 0.0) return OnPolygonEdge;
         }
         prev = cur;
         sPrev = sCur;
     }
-    return (count % 2 != 0) ? 1 : 8;
+    return (count % 2 != 0) ? InsidePolygon : OutsidePolygon;
 }
 
 }  // namespace velmor::geometry

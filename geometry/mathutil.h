@@ -17,12 +17,13 @@
 ///   - Degenerate (point-like) segments are those whose squared length is below
 ///     EqualTolSq (strict).
 ///
-/// Point-in-polygon codes are single bits so callers can mask sets of outcomes:
+/// Point-in-polygon codes are the single bits of EPolygonPosition (geometryutils.h):
 /// 1 inside, 2 on an edge, 4 on a vertex, 8 outside.
 #ifndef PLENAR_GEOMETRY_MATHUTIL_H
 #define PLENAR_GEOMETRY_MATHUTIL_H
 
 #include <geometry/export.h>
+#include <geometry/geometryutils.h>
 #include <geometry/point2d.h>
 #include <geometry/point3d.h>
 #include <geometry/tol.h>
@@ -56,10 +57,15 @@ PLENAR_API double DistanceBetweenLines(const CPoint3d& p1, const CUnitVector3d& 
 PLENAR_API bool ClosestPoint(const CPoint3d& a1, const CPoint3d& a2, const CPoint3d& b1, const CPoint3d& b2, double& s,
                              double& t);
 
+/// Where the point of a segment closest to a line lies, as the segment-to-line
+/// ClosestPoint returns it.
+enum ESegmentClosest : int { SegmentParallel = 0, ClampedToStart = 1, ClampedToEnd = 2, InsideSegment = 3 };
+
 /// The point of segment a-b closest to the infinite line p + l*u, in out. Returns
-/// 0 when the segment is parallel to the line (|D x u|^2 < 1e-10 with D = b - a; out
-/// is the endpoint nearer to p, b on a tie), 1 when the closest point is clamped to
-/// a, 2 when clamped to b, 3 when it lies inside the segment.
+/// SegmentParallel (0) when the segment is parallel to the line (|D x u|^2 <
+/// ParallelThreshold with D = b - a; out is the endpoint nearer to p, b on a tie),
+/// ClampedToStart (1) when the closest point is clamped to a, ClampedToEnd (2) when
+/// clamped to b, InsideSegment (3) when it lies inside the segment.
 PLENAR_API int ClosestPoint(const CPoint3d& a, const CPoint3d& b, const CPoint3d& p, const CUnitVector3d& u,
                             CPoint3d& out);
 
@@ -106,18 +112,20 @@ PLENAR_API void GetPointsOnArc(const CPoint3d& center, const CUnitVector3d& xAxi
                                double radius, double sweep, int n, CPoint3d* out);
 
 /// Tolerant intersection of the 2D segments a1-a2 and b1-b2; out (may be null)
-/// receives the intersection point. Point-like segments (squared length below
-/// EqualTolSq) are replaced by their midpoints. Segments count as parallel when
+/// receives the intersection point. A point-like segment (squared length below
+/// EqualTolSq) is tested as its midpoint; the four end points are only read,
+/// although the signature takes them by non-const reference. Segments count as parallel when
 /// |A x B| < 1e-10. In the parallel case only the endpoints of b are tested
 /// against a, so collinear segments where a lies strictly inside b report no
 /// intersection while the swapped call does: callers rely on this asymmetry.
 PLENAR_API bool IntersectSegments(CPoint2d& a1, CPoint2d& a2, CPoint2d& b1, CPoint2d& b2, CPoint2d* out);
 
 /// Classifies p against the closed polygon poly[0..n-1] (the last vertex joins the
-/// first): 4 within EqualTol of a vertex, 2 on an edge, otherwise 1 (inside) or 8
-/// (outside) by the parity of crossings of the horizontal ray towards +x. A vertex
+/// first): OnPolygonVertex within EqualTol of a vertex, OnPolygonEdge on an edge,
+/// otherwise InsidePolygon or OutsidePolygon by the parity of crossings of the horizontal ray towards +x. A vertex
 /// on the ray counts only together with a lower neighbour, so a vertex touched
-/// from above is no crossing. n < 1 yields 8 without reading poly.
+/// from above is no crossing. n < 1 yields OutsidePolygon without reading poly.
+/// poly is only read, although it is not a pointer to const.
 PLENAR_API int PointInPolygon(const CPoint2d& p, CPoint2d* poly, int n);
 
 }  // namespace velmor::geometry

@@ -2,6 +2,7 @@
 #include <geometry/pmap.h>
 
 #include <cmath>
+#include <cstddef>
 #include <utility>
 
 namespace velmor::geometry {
@@ -161,8 +162,8 @@ void CMatrix3x3::Transform(double* p) const noexcept {
 
 CMatrix4x4 CMatrix4x4::operator*(const CMatrix4x4& other) const noexcept {
     CMatrix4x4 result;
-    for (int c = 0; c < 4; ++c) {
-        for (int r = 0; r < 4; ++r) {
+    for (std::size_t c = 0; c < 4; ++c) {
+        for (std::size_t r = 0; r < 4; ++r) {
             result.m[4 * c + r] = m[r] * other.m[4 * c] + m[4 + r] * other.m[4 * c + 1] +
                                   m[8 + r] * other.m[4 * c + 2] + m[12 + r] * other.m[4 * c + 3];
         }

@@ -256,17 +256,17 @@ bool CPlane::ComputeLSF(double& a, double& b, double& c, double& d, double sx, d
     double nb;
     double nc;
     if (std::fabs(dz) >= std::fabs(dy) && std::fabs(dz) >= std::fabs(dx)) {
-        if (!(dz >= 1e-10)) return false;
+        if (!(dz >= PlaneFitDeterminantThreshold)) return false;
         na = (cxy * cyz - cyy * cxz) / dz;
         nb = (cxy * cxz - cxx * cyz) / dz;
         nc = 1.0;
     } else if (std::fabs(dy) >= std::fabs(dx)) {
-        if (!(dy >= 1e-10)) return false;
+        if (!(dy >= PlaneFitDeterminantThreshold)) return false;
         na = (cxz * cyz - czz * cxy) / dy;
         nb = 1.0;
         nc = (cxz * cxy - cxx * cyz) / dy;
     } else {
-        if (!(dx >= 1e-10)) return false;
+        if (!(dx >= PlaneFitDeterminantThreshold)) return false;
         na = 1.0;
         nb = (cyz * cxz - czz * cxy) / dx;
         nc = (cyz * cxy - cyy * cxz) / dx;

@@ -33,6 +33,12 @@ class CRay3d;
 class CPoint2d;
 class CCircle3d;
 
+/// How a box lies against a plane, as CPlane::IntersectWith(box) returns it.
+enum EBoxPlaneSide : int { BoxAbove = 1, BoxBelow = 2, BoxCrossing = 3 };
+
+/// What CPlane::TrimAbove did to a segment.
+enum ETrimResult : int { SegmentAbove = 1, SegmentTrimmed = 0, SegmentBelow = -1 };
+
 /// An oriented plane a*x + b*y + c*z + d = 0 with unit normal (a, b, c): the expression is the signed distance,
 /// positive above. The plane z = 0 by default.
 class PLENAR_API CPlane {
@@ -121,10 +127,10 @@ public:
     int IntersectWith(const CCircle3d& circle, double& angle1, double& angle2, CPoint3d* p1,
                       CPoint3d* p2) const noexcept;
 
-    /// Classifies a box without tolerance: 1 when it lies wholly above (its lowest
-    /// corner in the normal's sense is strictly above), 2 when wholly below (its
-    /// highest corner strictly below), 3 when it touches or crosses the plane. A box
-    /// touching the plane with a face is 3.
+    /// Classifies a box without tolerance (an EBoxPlaneSide): BoxAbove (1) when it lies wholly above (its lowest
+    /// corner in the normal's sense is strictly above), BoxBelow (2) when wholly
+    /// below (its highest corner strictly below), BoxCrossing (3) when it touches or
+    /// crosses the plane. A box touching the plane with a face is BoxCrossing.
     int IntersectWith(const CBoundingBox3d& box) const noexcept {
         // Per axis the low corner takes the minimum where the normal component is
         // >= 0; the high corner takes the other end.
@@ -136,7 +142,7 @@ public:
         const CPoint3d high(px ? x1 : x0, py ? y1 : y0, pz ? z1 : z0);
         const bool above = SignedDistance(low) > 0.0;
         const bool below = SignedDistance(high) < 0.0;
-        return above ? 1 : (below ? 2 : 3);
+        return above ? BoxAbove : (below ? BoxBelow : BoxCrossing);
     }
 
     /// Whether the plane lies above the box. Planes whose normal is an axis within
@@ -205,24 +211,25 @@ public:
         return std::isfinite(a) && std::isfinite(b) && std::isfinite(c) && std::isfinite(d);
     }
 
-    /// Cuts the segment p-q at the plane, keeping the part on or below it: 1 when
-    /// both ends are strictly above (nothing moved), 0 when the segment crosses (the
-    /// end above is moved onto the plane), -1 when both ends are on or below. The
+    /// Cuts the segment p-q at the plane, keeping the part on or below it (an
+    /// ETrimResult): SegmentAbove (1) when both ends are strictly above (nothing
+    /// moved), SegmentTrimmed (0) when the segment crosses (the end above is moved
+    /// onto the plane), SegmentBelow (-1) when both ends are on or below. The
     /// crossing is not computed when both ends lie within DivideByZeroTol of the
     /// plane; the end above then stays where it is.
     int TrimAbove(CPoint3d* p, CPoint3d* q) const noexcept {
         const double sp = SignedDistance(*p);
         const double sq = SignedDistance(*q);
         if (sp > 0.0) {
-            if (sq > 0.0) return 1;
+            if (sq > 0.0) return SegmentAbove;
             MoveToCrossing(*p, *q, sp, sq);
-            return 0;
+            return SegmentTrimmed;
         }
         if (sq > 0.0) {
             MoveToCrossing(*q, *p, sq, sp);
-            return 0;
+            return SegmentTrimmed;
         }
-        return -1;
+        return SegmentBelow;
     }
 
 private:

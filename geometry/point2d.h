@@ -82,9 +82,7 @@ constexpr double Cross(const CVector2d& a, const CVector2d& b) noexcept { return
 /// A double-precision 2D position. Plain arithmetic; == is exact.
 class PLENAR_API CPoint2d {
 public:
-    /// x coordinate.
     double x;
-    /// y coordinate.
     double y;
 
     /// The origin.

@@ -11,7 +11,7 @@ const CPoint2f CPoint2f::Origin(0.0f, 0.0f);
 bool CVector2f::SetLength(float len) noexcept {
     const float length = Length();
     // Not greater, so a NaN length also leaves the vector alone.
-    if (!(static_cast<double>(length) > 1e-10)) return false;
+    if (!(static_cast<double>(length) > MinDirectionLength)) return false;
     const float s = len / length;
     x *= s;
     y *= s;

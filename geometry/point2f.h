@@ -94,9 +94,8 @@ constexpr float Cross(const CVector2f& a, const CVector2f& b) noexcept { return 
 /// A float 2D position of the drawing geometry. Plain float arithmetic; == is exact.
 class PLENAR_API CPoint2f {
 public:
-    /// x coordinate.
     float x;
-    /// y coordinate (pointing up).
+    /// Grows upwards: the 2D y axis points up.
     float y;
 
     /// (0, 0), set when the library is loaded.

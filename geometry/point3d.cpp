@@ -148,7 +148,7 @@ int CPoint3d::Intersect(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& 
     const double tol = EqualTol;
     double tOut = -1.0;
     double uOut = -1.0;
-    int result = 0;
+    int result = NoMeeting;
     CPoint3d at;
 
     const CVector3d a = p2 - p1;
@@ -163,24 +163,24 @@ int CPoint3d::Intersect(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& 
         const CPoint3d pa = Midpoint(p1, p2);
         const CPoint3d pb = Midpoint(p3, p4);
         if (s1Point && s2Point) {
-            if (pa.Equals(pb, tol)) result = 9, tOut = 0.0, uOut = 0.0, at = Midpoint(pa, pb);
+            if (pa.Equals(pb, tol)) result = MeetAtP1 | MeetAtP3, tOut = 0.0, uOut = 0.0, at = Midpoint(pa, pb);
         } else if (s1Point) {
             tOut = 0.0;
             if (pa.Equals(p3, tol)) {
-                result = 9, uOut = 0.0, at = Midpoint(pa, p3);
+                result = MeetAtP1 | MeetAtP3, uOut = 0.0, at = Midpoint(pa, p3);
             } else if (pa.Equals(p4, tol)) {
-                result = 17, uOut = 1.0, at = Midpoint(pa, p4);
+                result = MeetAtP1 | MeetAtP4, uOut = 1.0, at = Midpoint(pa, p4);
             } else if (const SegmentHit h = OnSegment(pa, p3, b, b2); h.hit) {
-                result = 33, uOut = h.param, at = Midpoint(pa, h.foot);
+                result = MeetAtP1 | MeetInsideP3P4, uOut = h.param, at = Midpoint(pa, h.foot);
             }
         } else {
             uOut = 0.0;
             if (pb.Equals(p1, tol)) {
-                result = 9, tOut = 0.0, at = Midpoint(pb, p1);
+                result = MeetAtP1 | MeetAtP3, tOut = 0.0, at = Midpoint(pb, p1);
             } else if (pb.Equals(p2, tol)) {
-                result = 10, tOut = 1.0, at = Midpoint(pb, p2);
+                result = MeetAtP2 | MeetAtP3, tOut = 1.0, at = Midpoint(pb, p2);
             } else if (const SegmentHit h = OnSegment(pb, p1, a, a2); h.hit) {
-                result = 12, tOut = h.param, at = Midpoint(pb, h.foot);
+                result = MeetInsideP1P2 | MeetAtP3, tOut = h.param, at = Midpoint(pb, h.foot);
             }
         }
     } else {
@@ -194,21 +194,21 @@ int CPoint3d::Intersect(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& 
             const CPoint3d pa = p1 + a * tt;
             int s1 = 0;
             if (pa.Equals(p1, tol))
-                s1 = 1;
+                s1 = MeetAtP1;
             else if (pa.Equals(p2, tol))
-                s1 = 2;
+                s1 = MeetAtP2;
             else if (tt > 0.0 && tt < 1.0)
-                s1 = 4;
+                s1 = MeetInsideP1P2;
             if (s1 != 0) {
                 const double uu = Dot(w * a, c);
                 const CPoint3d pb = p3 + b * uu;
                 int s2 = 0;
                 if (pb.Equals(p3, tol))
-                    s2 = 8;
+                    s2 = MeetAtP3;
                 else if (pb.Equals(p4, tol))
-                    s2 = 16;
+                    s2 = MeetAtP4;
                 else if (uu > 0.0 && uu < 1.0)
-                    s2 = 32;
+                    s2 = MeetInsideP3P4;
                 // The lines must really meet, not pass each other.
                 if (s2 != 0 && pa.Equals(pb, tol)) result = s2 | s1, tOut = tt, uOut = uu, at = Midpoint(pa, pb);
             }
@@ -216,26 +216,26 @@ int CPoint3d::Intersect(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& 
             // Collinear: report one shared point, interior positions first.
             SegmentHit h{};
             if (!p3.Equals(p1, tol) && !p3.Equals(p2, tol) && (h = OnSegment(p3, p1, a, a2)).hit) {
-                result = 12, tOut = h.param, uOut = 0.0, at = Midpoint(p3, h.foot);
+                result = MeetInsideP1P2 | MeetAtP3, tOut = h.param, uOut = 0.0, at = Midpoint(p3, h.foot);
             } else if (!p4.Equals(p1, tol) && !p4.Equals(p2, tol) && (h = OnSegment(p4, p1, a, a2)).hit) {
-                result = 20, tOut = h.param, uOut = 1.0, at = Midpoint(p4, h.foot);
+                result = MeetInsideP1P2 | MeetAtP4, tOut = h.param, uOut = 1.0, at = Midpoint(p4, h.foot);
             } else if (!p1.Equals(p3, tol) && !p1.Equals(p4, tol) && (h = OnSegment(p1, p3, b, b2)).hit) {
-                result = 33, tOut = 0.0, uOut = h.param, at = Midpoint(p1, h.foot);
+                result = MeetAtP1 | MeetInsideP3P4, tOut = 0.0, uOut = h.param, at = Midpoint(p1, h.foot);
             } else if (!p2.Equals(p3, tol) && !p2.Equals(p4, tol) && (h = OnSegment(p2, p3, b, b2)).hit) {
-                result = 34, tOut = 1.0, uOut = h.param, at = Midpoint(p2, h.foot);
+                result = MeetAtP2 | MeetInsideP3P4, tOut = 1.0, uOut = h.param, at = Midpoint(p2, h.foot);
             } else if (p1.Equals(p3, tol)) {
-                result = 9, tOut = 0.0, uOut = 0.0, at = Midpoint(p1, p3);
+                result = MeetAtP1 | MeetAtP3, tOut = 0.0, uOut = 0.0, at = Midpoint(p1, p3);
             } else if (p1.Equals(p4, tol)) {
-                result = 17, tOut = 0.0, uOut = 1.0, at = Midpoint(p1, p4);
+                result = MeetAtP1 | MeetAtP4, tOut = 0.0, uOut = 1.0, at = Midpoint(p1, p4);
             } else if (p2.Equals(p3, tol)) {
-                result = 10, tOut = 1.0, uOut = 0.0, at = Midpoint(p2, p3);
+                result = MeetAtP2 | MeetAtP3, tOut = 1.0, uOut = 0.0, at = Midpoint(p2, p3);
             } else if (p2.Equals(p4, tol)) {
-                result = 18, tOut = 1.0, uOut = 1.0, at = Midpoint(p2, p4);
+                result = MeetAtP2 | MeetAtP4, tOut = 1.0, uOut = 1.0, at = Midpoint(p2, p4);
             }
         }
     }
 
-    if (result == 0)
+    if (result == NoMeeting)
         tOut = uOut = -1.0;
     else
         *this = at;

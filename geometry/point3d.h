@@ -23,14 +23,23 @@ namespace velmor::geometry {
 class CRay3d;
 class CPlane;
 
+/// Where two segments p1-p2 and p3-p4 meet, as CPoint3d::Intersect reports it:
+/// one bit for the first segment or-ed with one for the second.
+enum ESegmentMeeting : int {
+    NoMeeting = 0,
+    MeetAtP1 = 1,
+    MeetAtP2 = 2,
+    MeetInsideP1P2 = 4,
+    MeetAtP3 = 8,
+    MeetAtP4 = 16,
+    MeetInsideP3P4 = 32
+};
+
 /// A 3D position of three doubles. The origin by default; see the file description for the tolerance contract.
 class PLENAR_API CPoint3d {
 public:
-    /// x coordinate.
     double x;
-    /// y coordinate.
     double y;
-    /// z coordinate.
     double z;
 
     /// The origin.
@@ -164,14 +173,15 @@ public:
                     double& cd) noexcept;
 
     /// Classifies the intersection of segments p1-p2 and p3-p4 and writes it into
-    /// this point. Result bits: 1 at p1, 2 at p2, 4 inside p1-p2, 8 at p3, 16 at p4,
-    /// 32 inside p3-p4; 0 for none (then t and u, when given, are -1 and this point
-    /// is left unchanged).
+    /// this point. The result or-s one ESegmentMeeting bit of each segment: MeetAtP1
+    /// (1), MeetAtP2 (2) or MeetInsideP1P2 (4), with MeetAtP3 (8), MeetAtP4 (16) or
+    /// MeetInsideP3P4 (32); NoMeeting (0) for none (then t and u, when given, are -1
+    /// and this point is left unchanged).
     int Intersect(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& p3, const CPoint3d& p4, double* t,
                   double* u) noexcept;
     /// The same without parameters: true when the classifier is non-zero.
     bool Intersect(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& p3, const CPoint3d& p4) noexcept {
-        return Intersect(p1, p2, p3, p4, nullptr, nullptr) != 0;
+        return Intersect(p1, p2, p3, p4, nullptr, nullptr) != NoMeeting;
     }
 };
 

@@ -37,29 +37,28 @@ void CPolygon2d::AddPoint(const CPoint2d& p) {
 int CPolygon2d::ClassifyPoint(const CPoint2d& p) const {
     // The box rejects far points cheaply; it is trusted as it stands, even if the
     // points were changed behind its back.
-    if (!bounds.Contains(p)) return 8;
-    // PointInPolygon only reads the vertices; an empty polygon is 8 without any read.
+    if (!bounds.Contains(p)) return OutsidePolygon;
+    // PointInPolygon only reads the vertices; an empty polygon is outside without any read.
     return PointInPolygon(p, const_cast<CPoint2d*>(points.data()), Count(points));
 }
 
 bool CPolygon2d::Contains(const CPolygon2d& other, bool allowBoundary) const {
     if (!bounds.Intersects(other.bounds)) return false;
 
-    // Codes 1, 2 and 4 all lie in the low three bits; 8 (outside) does not.
-    const int accepted = allowBoundary ? (1 | 2 | 4) : 1;
+    const int accepted = allowBoundary ? (InsidePolygon | OnPolygonEdge | OnPolygonVertex) : InsidePolygon;
     const int otherCount = Count(other.points);
     for (int i = 0; i < otherCount; ++i) {
         if ((ClassifyPoint(other.points[i]) & accepted) == 0) return false;
     }
 
     // This polygon's own vertices are classified against itself, on purpose. A
-    // vertex of its own polygon reads as 4 (on a vertex), so for ordinary polygons
+    // vertex of its own polygon reads as on a vertex, so for ordinary polygons
     // this pass accepts and the pass above decides. Only when a vertex no longer
     // matches itself (EqualTol of zero or below) can it read as inside, and such a
     // vertex makes the answer false.
     const int count = Count(points);
     for (int i = 0; i < count; ++i) {
-        if (ClassifyPoint(points[i]) == 1) return false;
+        if (ClassifyPoint(points[i]) == InsidePolygon) return false;
     }
     return true;
 }

@@ -5,9 +5,9 @@
 /// Contract:
 ///   - bounds covers the points added through AddPoint. Writing to `points`
 ///     directly bypasses it; every query trusts bounds as it stands.
-///   - ClassifyPoint answers with the point-in-polygon codes 1 inside, 2 on an
-///     edge, 4 on a vertex, 8 outside. A point outside bounds (CBoundingBox2d::
-///     Contains, tolerant by EqualTol) is 8 without looking at the points; anything
+///   - ClassifyPoint answers with the point-in-polygon codes of EPolygonPosition:
+///     1 inside, 2 on an edge, 4 on a vertex, 8 outside. A point outside bounds
+///     (CBoundingBox2d::Contains, tolerant by EqualTol) is 8 without looking at the points; anything
 ///     else is decided by PointInPolygon with its EqualTol band.
 ///   - Contains without allowBoundary accepts only vertices strictly inside (code 1);
 ///     with it, edge and vertex codes pass too.
@@ -25,6 +25,7 @@
 
 #include <geometry/boundingbox.h>
 #include <geometry/export.h>
+#include <geometry/geometryutils.h>
 #include <geometry/point2d.h>
 
 #include <cstdint>
@@ -57,7 +58,8 @@ public:
     void AddPoint(const CPoint2d& p);
 
     /// 8 when p lies outside bounds, without consulting the points; otherwise the
-    /// PointInPolygon code of p (1 inside, 2 on an edge, 4 on a vertex, 8 outside).
+    /// The EPolygonPosition of p: InsidePolygon, OnPolygonEdge, OnPolygonVertex or
+    /// OutsidePolygon.
     int ClassifyPoint(const CPoint2d& p) const;
 
     /// Whether every vertex of other lies inside this polygon: strictly inside

@@ -59,11 +59,9 @@ public:
 
     /// An empty mesh keeping the attributes named by flags.
     explicit CPolygonMesh(unsigned int flags_) : flags(flags_) {}
-    /// Copies every vector and the flags.
     CPolygonMesh(const CPolygonMesh&) = default;
     /// Takes over every vector; the source is left empty but valid.
     CPolygonMesh(CPolygonMesh&&) noexcept = default;
-    /// Copies every vector and the flags.
     CPolygonMesh& operator=(const CPolygonMesh&) = default;
     /// Takes over every vector; the source is left empty but valid.
     CPolygonMesh& operator=(CPolygonMesh&&) noexcept = default;

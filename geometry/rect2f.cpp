@@ -9,6 +9,10 @@ const CRect2f CRect2f::EmptyRect(0.0f, 0.0f, -1.0f, -1.0f);
 
 namespace {
 
+// The width guard compares in float, against the threshold rounded to float.
+constexpr float kDegenerateSideF = static_cast<float>(DegenerateSideThreshold);
+static_assert(kDegenerateSideF == 1e-10f, "the float guard keeps its value");
+
 // The rectangle from (x0, y0) to (x1, y1), in float.
 CRect2f Span(float x0, float y0, float x1, float y1) noexcept { return CRect2f(x0, y0, x1 - x0, y1 - y0); }
 
@@ -166,8 +170,8 @@ void CRect2f::ExpandToIntegralValues() noexcept {
 CPoint2f CRect2f::RelativeCoordinates(const CPoint2f& p) const noexcept {
     // The two guards differ on purpose: the width is compared with 1e-10 in float,
     // the height in double. A side of exactly 1e-10f is degenerate in x but not in y.
-    const float u = width > 1e-10f ? (p.x - x) / width : 0.0f;
-    const float v = static_cast<double>(height) > 1e-10 ? (p.y - y) / height : 0.0f;
+    const float u = width > kDegenerateSideF ? (p.x - x) / width : 0.0f;
+    const float v = static_cast<double>(height) > DegenerateSideThreshold ? (p.y - y) / height : 0.0f;
     return {u, v};
 }
 

@@ -43,6 +43,26 @@ PLENAR_API extern const double DivideByZeroTol;
 /// 1e-20, constant: a squared length at or below it is a zero length.
 PLENAR_API extern const double DivideByZeroTolSq;
 
+/// \name Fixed thresholds
+/// A few algorithms compare with fixed absolute thresholds of their own rather
+/// than with the globals above: they are not scaled by the lengths involved and do
+/// not follow a change of EqualTol. Each has one name here; the members that use
+/// them state whether their test is strict or inclusive.
+/// @{
+/// 1e-10: two directions count as parallel in the closest-point, line distance and
+/// 2D segment intersection routines when their cross-product measure is below it.
+constexpr double ParallelThreshold = 1e-10;
+/// 1e-10: a 2D float vector or chord no longer than this has no usable direction
+/// (it cannot be rescaled, and a curve whose end points are this close is not
+/// tested as a line).
+constexpr double MinDirectionLength = 1e-10;
+/// 1e-10: a plane fit gives up when the best 2x2 moment determinant of the centred
+/// points is below it (the points are collinear or coincident).
+constexpr double PlaneFitDeterminantThreshold = 1e-10;
+/// 1e-10: a rectangle side not above this maps every point to 0 along that side.
+constexpr double DegenerateSideThreshold = 1e-10;
+/// @}
+
 }  // namespace velmor::geometry
 
 #endif

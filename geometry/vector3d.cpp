@@ -44,7 +44,7 @@ bool CVector3d::SetLength(double length) noexcept {
     return true;
 }
 
-bool CVector3d::operator<(const CVector3d& v) noexcept {
+bool CVector3d::operator<(const CVector3d& v) noexcept {  // NOLINT(readability-make-member-function-const)
     const double e = EqualTol;
     const double dx = x - v.x;
     if (dx <= -e) return true;

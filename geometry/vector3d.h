@@ -128,7 +128,7 @@ public:
     bool operator!=(const CVector3d& v) const noexcept { return !(*this == v); }
     /// Tolerant lexicographic order, inclusive at +-EqualTol (see CPoint3d::operator<).
     /// Non-const, as the interface has always declared it.
-    bool operator<(const CVector3d& v) noexcept;
+    bool operator<(const CVector3d& v) noexcept;  // NOLINT(readability-make-member-function-const)
 
     /// Unsigned angle in [0, pi]. Returns pi/2 at once when |dot| < EqualTol (an
     /// absolute test on the raw dot product, whatever the lengths), and 0.0 when

@@ -7,10 +7,14 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 ./scripts/check-format.sh
+./scripts/tidy.sh
 
 cmake --workflow --preset release
 cmake --workflow --preset sanitize
 cmake --workflow --preset clang
+
+# Line and branch coverage of geometry/ by the tests, with floors.
+./scripts/coverage.sh
 
 # Bit-identical results from g++ -O0/-O2/-O3 -march=native and clang++ -O2.
 ./scripts/determinism.sh

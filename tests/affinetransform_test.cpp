@@ -1,5 +1,7 @@
 #include <geometry/affinetransform.h>
 
+#include "support/predicates.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -7,6 +9,7 @@
 #include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
+using namespace plenar_test;
 using plenar_test::ToleranceGuard;
 
 namespace {
@@ -20,11 +23,6 @@ void ExpectFields(const AffineTransform& t, float a, float b, float c, float d, 
     for (int i = 0; i < 6; ++i) EXPECT_EQ(actual[i], expected[i]) << "field " << i;
 }
 
-void ExpectNear(const CPoint2f& actual, const CPoint2f& expected, float eps = 1e-5f) {
-    EXPECT_NEAR(actual.x, expected.x, eps);
-    EXPECT_NEAR(actual.y, expected.y, eps);
-}
-
 }  // namespace
 
 TEST(AffineTransform, FactoriesAndApplication) {
@@ -33,10 +31,10 @@ TEST(AffineTransform, FactoriesAndApplication) {
     const AffineTransform rot = AffineTransform::Rotate(kHalfPi);
     EXPECT_EQ(rot.b, -1.0f);
     EXPECT_EQ(rot.c, 1.0f);
-    ExpectNear(rot * CPoint2f(1, 0), CPoint2f(0, 1));
+    EXPECT_TRUE(NearXy(rot * CPoint2f(1, 0), CPoint2f(0, 1), 1e-5));
     const CPoint2f center(3, -2);
-    ExpectNear(AffineTransform::Rotate(center, 0.7f) * center, center);
-    ExpectNear(AffineTransform::Rotate(center, kHalfPi) * CPoint2f(4, -2), CPoint2f(3, -1));
+    EXPECT_TRUE(NearXy(AffineTransform::Rotate(center, 0.7f) * center, center, 1e-5));
+    EXPECT_TRUE(NearXy(AffineTransform::Rotate(center, kHalfPi) * CPoint2f(4, -2), CPoint2f(3, -1), 1e-5));
     EXPECT_EQ(AffineTransform::Scale(center, 2, 3) * center, center);
 
     const AffineTransform t(1, 2, 3, 4, 5, 6);
@@ -56,8 +54,8 @@ TEST(AffineTransform, FactoriesAndApplication) {
 TEST(AffineTransform, CompositionAppliesTheRightOperandFirst) {
     const AffineTransform T = AffineTransform::Translate(5, 0);
     const AffineTransform O = AffineTransform::Rotate(kHalfPi);
-    ExpectNear((T * O) * CPoint2f(1, 0), CPoint2f(5, 1));
-    ExpectNear((O * T) * CPoint2f(1, 0), CPoint2f(0, 6));
+    EXPECT_TRUE(NearXy((T * O) * CPoint2f(1, 0), CPoint2f(5, 1), 1e-5));
+    EXPECT_TRUE(NearXy((O * T) * CPoint2f(1, 0), CPoint2f(0, 6), 1e-5));
 
     const AffineTransform A(1, 2, 3, 4, 5, 6), B(0, -1, 2, 1, -3, 7);
     ExpectFields(A * B, 4, 1, 8, 1, 16, 25);

@@ -1,14 +1,17 @@
 #include <geometry/boundingbox.h>
 
+#include "support/predicates.h"
+#include "support/random.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
-#include <random>
 
 #include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
+using namespace plenar_test;
 using P3 = CPoint3d;
 using P2 = CPoint2d;
 using Box = CBoundingBox3d;
@@ -18,139 +21,173 @@ namespace {
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const Box kUnit(P3(0, 0, 0), P3(1, 1, 1));
 
-bool Same(const CRange& a, const CRange& b) { return a.min == b.min && a.max == b.max; }
-bool Same(const Box& a, const Box& b) { return Same(a.x, b.x) && Same(a.y, b.y) && Same(a.z, b.z); }
-
 }  // namespace
 
 TEST(Range, EmptyConventionToleranceBoundariesAndGrowth) {
-    EXPECT_TRUE(Same(CRange(), CRange(1e30, -1e30)) && CRange().IsEmpty() && CRange().IsValidObj());
+    EXPECT_TRUE(SameRange(CRange(), CRange(1e30, -1e30)));
+    EXPECT_TRUE(CRange().IsEmpty());
+    EXPECT_TRUE(CRange().IsValidObj());
     EXPECT_FALSE(CRange(2, 2).IsEmpty());  // strict: a single value is a range
     EXPECT_FALSE(CRange(-INFINITY, 0).IsValidObj());
     // Interior tests are inclusive at exactly EqualTol.
-    EXPECT_TRUE(CRange(0, 1).ContainsInInterior(0.001) && CRange(-1, 0).ContainsInInterior(-0.001) &&
-                CRange(0, 5).ContainsInInterior(CRange(0.001, 1)));
-    EXPECT_FALSE(CRange(0, 1).ContainsInInterior(0.0009) || CRange(0, 5).ContainsInInterior(CRange(0.0009, 1)));
+    EXPECT_TRUE(CRange(0, 1).ContainsInInterior(0.001));
+    EXPECT_TRUE(CRange(-1, 0).ContainsInInterior(-0.001));
+    EXPECT_TRUE(CRange(0, 5).ContainsInInterior(CRange(0.001, 1)));
+    EXPECT_FALSE(CRange(0, 1).ContainsInInterior(0.0009));
+    EXPECT_FALSE(CRange(0, 5).ContainsInInterior(CRange(0.0009, 1)));
 
-    EXPECT_TRUE(CRange(0, 1).Intersects(CRange(1, 2)) && !CRange(0, 1).Intersects(CRange()));  // closed
+    EXPECT_TRUE(CRange(0, 1).Intersects(CRange(1, 2)));
+    EXPECT_TRUE(!CRange(0, 1).Intersects(CRange()));  // closed
     EXPECT_TRUE(CRange(0, 1).IntersectsInTolerance(CRange(1.0015, 2), 0.001));
-    EXPECT_FALSE(CRange(0, 1).IntersectsInTolerance(CRange(1.0025, 2), 0.001) ||
-                 CRange(-1e31, 1e31).IntersectsInTolerance(CRange(), 0.001));
+    EXPECT_FALSE(CRange(0, 1).IntersectsInTolerance(CRange(1.0025, 2), 0.001));
+    EXPECT_FALSE(CRange(-1e31, 1e31).IntersectsInTolerance(CRange(), 0.001));
 
     // Overlaps needs at least EqualTol of common length, on either side.
     CRange out(7, 8);
-    EXPECT_TRUE(CRange(-1, 0.001).Overlaps(CRange(0, 5), out) && Same(out, CRange(0, 0.001)));
-    EXPECT_TRUE(!CRange(-1, 0.0009).Overlaps(CRange(0, 5), out) && out.IsEmpty());
+    EXPECT_TRUE(CRange(-1, 0.001).Overlaps(CRange(0, 5), out));
+    EXPECT_TRUE(SameRange(out, CRange(0, 0.001)));
+    EXPECT_TRUE(!CRange(-1, 0.0009).Overlaps(CRange(0, 5), out));
+    EXPECT_TRUE(out.IsEmpty());
     EXPECT_TRUE(CRange(-0.001, 5).Overlaps(CRange(-1, 0), out));
     EXPECT_FALSE(CRange(-0.0009, 5).Overlaps(CRange(-1, 0), out));
     CRange self(0, 4);
-    EXPECT_TRUE(self.Overlaps(CRange(2, 6), self) && Same(self, CRange(2, 4)));  // out may alias
+    EXPECT_TRUE(self.Overlaps(CRange(2, 6), self));
+    EXPECT_TRUE(SameRange(self, CRange(2, 4)));  // out may alias
 
     CRange r;
     r += 3.0;
     r += CRange();  // empty: no change
-    EXPECT_TRUE(Same(r, CRange(3, 3)) && Same(r + CRange(-1, 0), CRange(-1, 3)) && Same(r.Union(CRange(5, 4)), r));
-    EXPECT_TRUE(Same(CRange(0, 1).Intersect(CRange(1, 2)), CRange(1, 1)));  // touching
-    EXPECT_TRUE(CRange(0, 1).Intersect(CRange(2, 3)).IsEmpty() && CRange(0, 1).Intersect(CRange()).IsEmpty());
+    EXPECT_TRUE(SameRange(r, CRange(3, 3)));
+    EXPECT_TRUE(SameRange(r + CRange(-1, 0), CRange(-1, 3)));
+    EXPECT_TRUE(SameRange(r.Union(CRange(5, 4)), r));
+    EXPECT_TRUE(SameRange(CRange(0, 1).Intersect(CRange(1, 2)), CRange(1, 1)));  // touching
+    EXPECT_TRUE(CRange(0, 1).Intersect(CRange(2, 3)).IsEmpty());
+    EXPECT_TRUE(CRange(0, 1).Intersect(CRange()).IsEmpty());
     CRange e, g(0, 1);
     e.Expand(5);
     g.Expand(-0.25);
-    EXPECT_TRUE(Same(e, CRange()) && Same(g, CRange(0.25, 0.75)));
+    EXPECT_TRUE(SameRange(e, CRange()));
+    EXPECT_TRUE(SameRange(g, CRange(0.25, 0.75)));
 }
 
 TEST(BoundingBox3d, GrowingMergingAndIntersecting) {
     Box box;
-    EXPECT_TRUE(box.IsEmpty() && box.GetDiagonal() == 0.0 && box.GetCenter().x == 0.0);
+    EXPECT_TRUE(box.IsEmpty());
+    EXPECT_EQ(box.GetDiagonal(), 0.0);
+    EXPECT_EQ(box.GetCenter().x, 0.0);
     box.Add(P3(1, 2, 3));
-    EXPECT_TRUE(Same(box, Box(P3(1, 2, 3), P3(1, 2, 3))) && box.GetDiagonal() == 0.0 && box.Contains(P3(1, 2, 3)));
+    EXPECT_TRUE(SameBox3(box, Box(P3(1, 2, 3), P3(1, 2, 3))));
+    EXPECT_EQ(box.GetDiagonal(), 0.0);
+    EXPECT_TRUE(box.Contains(P3(1, 2, 3)));
     box += P3(4, 6, 3);
-    EXPECT_TRUE(box.GetDiagonal() == 5.0 && box.GetMidPoint().Equals(P3(2.5, 4, 3), 1e-15));
+    EXPECT_EQ(box.GetDiagonal(), 5.0);
+    EXPECT_TRUE(box.GetMidPoint().Equals(P3(2.5, 4, 3), 1e-15));
     // Empty axes of an added box are skipped one by one.
     EXPECT_TRUE(
-        Same(box + Box(CRange(-5, 0), CRange(), CRange(10, 11)), Box(CRange(-5, 4), CRange(2, 6), CRange(3, 11))));
-    EXPECT_TRUE(Same(Box() + P3(7, 8, 9), Box(P3(7, 8, 9), P3(7, 8, 9))));
+        SameBox3(box + Box(CRange(-5, 0), CRange(), CRange(10, 11)), Box(CRange(-5, 4), CRange(2, 6), CRange(3, 11))));
+    EXPECT_TRUE(SameBox3(Box() + P3(7, 8, 9), Box(P3(7, 8, 9), P3(7, 8, 9))));
     // Disjoint along x only: x becomes empty, y and z keep their common part.
     const Box i = kUnit.Intersect(Box(P3(2, 0.5, 0.5), P3(3, 2, 2)));
-    EXPECT_TRUE(i.x.IsEmpty() && Same(i.y, CRange(0.5, 1)) && Same(i.z, CRange(0.5, 1)));
+    EXPECT_TRUE(i.x.IsEmpty());
+    EXPECT_TRUE(SameRange(i.y, CRange(0.5, 1)));
+    EXPECT_TRUE(SameRange(i.z, CRange(0.5, 1)));
     EXPECT_EQ(kUnit.MaxDistanceSquaredTo(P3(0.25, 0.5, 2)), 0.75 * 0.75 + 0.25 + 4.0);
     EXPECT_FALSE(Box(CRange(0, 1), CRange(0, 1), CRange(0, kNaN)).IsValidObj());
 }
 
 TEST(BoundingBox3d, PointContainmentTolerances) {
-    EXPECT_TRUE(kUnit.Contains(P3(1.0005, 0, 0)) && kUnit.Contains(P3(std::nextafter(1.0 + EqualTol, 0.0), 0.5, 0.5)));
+    EXPECT_TRUE(kUnit.Contains(P3(1.0005, 0, 0)));
+    EXPECT_TRUE(kUnit.Contains(P3(std::nextafter(1.0 + EqualTol, 0.0), 0.5, 0.5)));
     EXPECT_FALSE(kUnit.Contains(P3(1.0 + EqualTol, 0.5, 0.5)));  // strict at EqualTol
-    EXPECT_FALSE(kUnit.Contains(P3(0.5, 0.5, 0.0 - EqualTol)) || Box().Contains(P3(0, 0, 0)));
+    EXPECT_FALSE(kUnit.Contains(P3(0.5, 0.5, 0.0 - EqualTol)));
+    EXPECT_FALSE(Box().Contains(P3(0, 0, 0)));
     {
         // With a negative band, exact face values still belong.
         plenar_test::ToleranceGuard guard(-0.25);
-        EXPECT_TRUE(kUnit.Contains(P3(0.5, 0.5, 0.5)) && kUnit.Contains(P3(0, 1, 0)) &&
-                    kUnit.Contains(P3(0.5, 0.5, 1)));
-        EXPECT_FALSE(kUnit.Contains(P3(0.2, 0.5, 0.5)) || kUnit.Contains(P3(0.5, 0.2, 1)));
+        EXPECT_TRUE(kUnit.Contains(P3(0.5, 0.5, 0.5)));
+        EXPECT_TRUE(kUnit.Contains(P3(0, 1, 0)));
+        EXPECT_TRUE(kUnit.Contains(P3(0.5, 0.5, 1)));
+        EXPECT_FALSE(kUnit.Contains(P3(0.2, 0.5, 0.5)));
+        EXPECT_FALSE(kUnit.Contains(P3(0.5, 0.2, 1)));
     }
     EXPECT_TRUE(kUnit.PreciselyContains(P3(0, 0, 0)));  // half-open
-    EXPECT_FALSE(kUnit.PreciselyContains(P3(1, 1, 1)) || kUnit.PreciselyContains(P3(0.5, 1, 0.5)) ||
-                 kUnit.PreciselyContains(P3(0.5, 0.5, 1)));
+    EXPECT_FALSE(kUnit.PreciselyContains(P3(1, 1, 1)));
+    EXPECT_FALSE(kUnit.PreciselyContains(P3(0.5, 1, 0.5)));
+    EXPECT_FALSE(kUnit.PreciselyContains(P3(0.5, 0.5, 1)));
     EXPECT_TRUE(kUnit.ContainsInInterior(P3(0.001, 0.5, 0.5)));
-    EXPECT_FALSE(kUnit.ContainsInInterior(P3(0.0005, 0.5, 0.5)) || kUnit.ContainsInInterior(P3(0.5, 0.5, 0.9995)));
+    EXPECT_FALSE(kUnit.ContainsInInterior(P3(0.0005, 0.5, 0.5)));
+    EXPECT_FALSE(kUnit.ContainsInInterior(P3(0.5, 0.5, 0.9995)));
 }
 
 TEST(BoundingBox3d, BoxTestsAndWhichAxesTheyCheckForEmptiness) {
-    EXPECT_TRUE(kUnit.Contains(Box(P3(-0.0005, 0, 0), P3(1, 1, 1.0005))) &&
-                kUnit.ContainsInInterior(Box(P3(0.001, 0.5, 0.5), P3(0.5, 0.6, 0.6))));
-    EXPECT_FALSE(kUnit.Contains(Box(P3(0, 0, 0), P3(1, 1.0 + EqualTol, 1))) ||
-                 kUnit.Contains(Box(P3(0, 0, 0.0 - EqualTol), P3(1, 1, 1))) ||
-                 kUnit.ContainsInInterior(Box(P3(0.0009, 0.5, 0.5), P3(0.5, 0.6, 0.6))));
+    EXPECT_TRUE(kUnit.Contains(Box(P3(-0.0005, 0, 0), P3(1, 1, 1.0005))));
+    EXPECT_TRUE(kUnit.ContainsInInterior(Box(P3(0.001, 0.5, 0.5), P3(0.5, 0.6, 0.6))));
+    EXPECT_FALSE(kUnit.Contains(Box(P3(0, 0, 0), P3(1, 1.0 + EqualTol, 1))));
+    EXPECT_FALSE(kUnit.Contains(Box(P3(0, 0, 0.0 - EqualTol), P3(1, 1, 1))));
+    EXPECT_FALSE(kUnit.ContainsInInterior(Box(P3(0.0009, 0.5, 0.5), P3(0.5, 0.6, 0.6))));
     // Containment rejects an empty x range only; the intersection tests reject an
     // empty range on any axis, whatever its values.
     const Box yEmpty(CRange(0.5, 0.6), CRange(), CRange(0.5, 0.6)),
         yInverted(CRange(0, 1), CRange(0.6, 0.4), CRange(0, 1));
-    EXPECT_FALSE(kUnit.Contains(Box()) || kUnit.ContainsInInterior(Box()));
-    EXPECT_TRUE(kUnit.Contains(yEmpty) && kUnit.ContainsInInterior(yEmpty));
-    EXPECT_FALSE(kUnit.Intersects(yEmpty) || yEmpty.Intersects(kUnit) || kUnit.IntersectsInTolerance(yEmpty, 1.0));
-    EXPECT_FALSE(kUnit.Intersects(yInverted) || yInverted.Intersects(kUnit));
+    EXPECT_FALSE(kUnit.Contains(Box()));
+    EXPECT_FALSE(kUnit.ContainsInInterior(Box()));
+    EXPECT_TRUE(kUnit.Contains(yEmpty));
+    EXPECT_TRUE(kUnit.ContainsInInterior(yEmpty));
+    EXPECT_FALSE(kUnit.Intersects(yEmpty));
+    EXPECT_FALSE(yEmpty.Intersects(kUnit));
+    EXPECT_FALSE(kUnit.IntersectsInTolerance(yEmpty, 1.0));
+    EXPECT_FALSE(kUnit.Intersects(yInverted));
+    EXPECT_FALSE(yInverted.Intersects(kUnit));
 
     const Box faceNeighbour(P3(1, 0, 0), P3(2, 1, 1));
     Box out = kUnit;
     EXPECT_TRUE(kUnit.Intersects(faceNeighbour));
     EXPECT_FALSE(kUnit.Overlaps(faceNeighbour, out));  // thinner than EqualTol
-    EXPECT_TRUE(Same(out, Box()));
+    EXPECT_TRUE(SameBox3(out, Box()));
     EXPECT_TRUE(kUnit.IntersectsInTolerance(Box(P3(0, 0, 1.0015), P3(1, 1, 2)), 0.001));
-    EXPECT_TRUE(kUnit.Overlaps(Box(P3(0.5, -1, 0.25), P3(3, 0.5, 0.75)), out) &&
-                Same(out, Box(CRange(0.5, 1), CRange(0, 0.5), CRange(0.25, 0.75))));
+    EXPECT_TRUE(kUnit.Overlaps(Box(P3(0.5, -1, 0.25), P3(3, 0.5, 0.75)), out));
+    EXPECT_TRUE(SameBox3(out, Box(CRange(0.5, 1), CRange(0, 0.5), CRange(0.25, 0.75))));
     // Overlaps stops at the first failing axis; the later ones stay cleared.
     EXPECT_FALSE(kUnit.Overlaps(Box(P3(0.5, 3, 0.5), P3(3, 4, 0.75)), out));
-    EXPECT_TRUE(Same(out.x, CRange(0.5, 1)) && out.y.IsEmpty() && out.z.IsEmpty());
+    EXPECT_TRUE(SameRange(out.x, CRange(0.5, 1)));
+    EXPECT_TRUE(out.y.IsEmpty());
+    EXPECT_TRUE(out.z.IsEmpty());
 }
 
 TEST(BoundingBox3d, CornersSettersExpansionAndFaces) {
     Box box(P3(-1, -2, -3), P3(1, 2, 3));
     for (int i = 0; i < 8; ++i) {
         const P3 c = box.GetCorner(i);
-        EXPECT_TRUE(c.x == ((i & 1) ? 1 : -1) && c.y == ((i & 2) ? 2 : -2) && c.z == ((i & 4) ? 3 : -3)) << i;
+        EXPECT_EQ(c.x, ((i & 1) ? 1 : -1)) << i;
+        EXPECT_EQ(c.y, ((i & 2) ? 2 : -2)) << i;
+        EXPECT_EQ(c.z, ((i & 4) ? 3 : -3)) << i;
         P3 p(9, 9, 9);
         box.SetCorner(i, p);  // writes into p, never into the box
-        EXPECT_TRUE(p.x == c.x && p.y == c.y && p.z == c.z && Same(box, Box(P3(-1, -2, -3), P3(1, 2, 3))));
+        EXPECT_EQ(p.x, c.x);
+        EXPECT_EQ(p.y, c.y);
+        EXPECT_EQ(p.z, c.z);
+        EXPECT_TRUE(SameBox3(box, Box(P3(-1, -2, -3), P3(1, 2, 3))));
     }
     box.SetMaxInRange(5, 10);
     box.SetMinInRange(-1, -10);
     box.SetMaxInRange(1, 20);
     box.SetMinInRange(0, -30);
-    EXPECT_TRUE(Same(box, Box(CRange(-30, 1), CRange(-2, 20), CRange(-10, 10))));
+    EXPECT_TRUE(SameBox3(box, Box(CRange(-30, 1), CRange(-2, 20), CRange(-10, 10))));
 
     Box grow(CRange(0, 2), CRange(), CRange(1, 3));
     grow.Expand(1);
     grow.Stretch(CVector3d(-0.5, 7, 2));
-    EXPECT_TRUE(Same(grow, Box(CRange(-0.5, 2.5), CRange(), CRange(-2, 6))));
+    EXPECT_TRUE(SameBox3(grow, Box(CRange(-0.5, 2.5), CRange(), CRange(-2, 6))));
     // Thin, non-empty axes grow by the largest extent times the factor.
     Box flat(CRange(0, 2), CRange(0, 1), CRange(5, 5)), point(P3(1, 1, 1), P3(1, 1, 1));
     flat.ExpandRangeIfZero(0.5);
     point.ExpandRangeIfZero(3);
-    EXPECT_TRUE(Same(flat, Box(CRange(0, 2), CRange(0, 1), CRange(4, 6))) &&
-                Same(point, Box(P3(1, 1, 1), P3(1, 1, 1))));
+    EXPECT_TRUE(SameBox3(flat, Box(CRange(0, 2), CRange(0, 1), CRange(4, 6))));
+    EXPECT_TRUE(SameBox3(point, Box(P3(1, 1, 1), P3(1, 1, 1))));
     Box thin(CRange(0, 0.001), CRange(0, 0.0009), CRange(0.5, 0.4));
     thin.ExpandRangeIfZero(1000);  // an extent of exactly EqualTol and the empty z stay
     const double g = 0.001 * 1000;
-    EXPECT_TRUE(Same(thin, Box(CRange(0, 0.001), CRange(0 - g, 0.0009 + g), CRange(0.5, 0.4))));
+    EXPECT_TRUE(SameBox3(thin, Box(CRange(0, 0.001), CRange(0 - g, 0.0009 + g), CRange(0.5, 0.4))));
 
     const Box faces(P3(0, 0, 0), P3(2, 4, 6));
     const double expected[8][6] = {{1, 2, 3, 0, 0, 7}, {0, 2, 3, -1, 0, 0}, {2, 2, 3, 1, 0, 0}, {1, 0, 3, 0, -1, 0},
@@ -160,7 +197,12 @@ TEST(BoundingBox3d, CornersSettersExpansionAndFaces) {
         CUnitVector3d n = CUnitVector3d::FromComponents(0, 0, 7);  // marks "untouched"
         faces.GetCenterNormal(static_cast<EBoxSide>(side == 7 ? 9 : side), c, n);
         const double* e = expected[side];
-        EXPECT_TRUE(c.x == e[0] && c.y == e[1] && c.z == e[2] && n.x == e[3] && n.y == e[4] && n.z == e[5]) << side;
+        EXPECT_EQ(c.x, e[0]) << side;
+        EXPECT_EQ(c.y, e[1]) << side;
+        EXPECT_EQ(c.z, e[2]) << side;
+        EXPECT_EQ(n.x, e[3]) << side;
+        EXPECT_EQ(n.y, e[4]) << side;
+        EXPECT_EQ(n.z, e[5]) << side;
     }
 }
 
@@ -187,8 +229,8 @@ TEST(BoundingBox3d, SegmentTestClipsSnapsAndStopsAfterSixPasses) {
 }
 
 TEST(BoundingBox3d, MetamorphicSegmentAndContainmentChecks) {
-    std::mt19937 rng(7);
-    std::uniform_real_distribution<double> coord(-3.0, 3.0);
+    plenar_test::SplitMix64 rng(7);
+    plenar_test::UniformReal coord(-3.0, 3.0);
     const Box box(P3(-1, -0.5, -0.25), P3(1, 0.75, 1.5));
     const Box eighth(CRange(-0.125, 0.125), CRange(-0.0625, 0.09375), CRange(-0.03125, 0.1875));
     const Box flipped(CRange(-1, 1), CRange(-0.75, 0.5), CRange(-1.5, 0.25));
@@ -221,7 +263,8 @@ TEST(BoundingBox3d, MetamorphicSegmentAndContainmentChecks) {
         plenar_test::ToleranceGuard guard(EqualTol * 0.125);
         ASSERT_EQ(eighth.Intersects(P3(a.x / 8, a.y / 8, a.z / 8), P3(b.x / 8, b.y / 8, b.z / 8)), hi > lo) << i;
     }
-    EXPECT_TRUE(hits > 300 && checked - hits > 300);
+    EXPECT_TRUE(hits > 300);
+    EXPECT_TRUE(checked - hits > 300);
 }
 
 TEST(BoundingBox2d, MembersAndEmptinessFreeBoxContainment) {
@@ -229,24 +272,36 @@ TEST(BoundingBox2d, MembersAndEmptinessFreeBoxContainment) {
     EXPECT_TRUE(box.IsEmpty());
     box += P2(0, 0);
     box.Add(P2(3, 4));
-    EXPECT_TRUE(box.GetDiagonal() == 5.0 && box.GetCenter().y == 2.0);
-    EXPECT_TRUE(box.GetCorner(1).x == 3 && box.GetCorner(1).y == 0 && box.GetCorner(2).y == 4);
-    EXPECT_TRUE(box.Contains(P2(3.0005, 4)) && box.ContainsInInterior(P2(0.001, 1)));
-    EXPECT_FALSE(box.Contains(P2(0.0 - EqualTol, 1)) || box.ContainsInInterior(P2(1, 3.9995)));
+    EXPECT_EQ(box.GetDiagonal(), 5.0);
+    EXPECT_EQ(box.GetCenter().y, 2.0);
+    EXPECT_EQ(box.GetCorner(1).x, 3);
+    EXPECT_EQ(box.GetCorner(1).y, 0);
+    EXPECT_EQ(box.GetCorner(2).y, 4);
+    EXPECT_TRUE(box.Contains(P2(3.0005, 4)));
+    EXPECT_TRUE(box.ContainsInInterior(P2(0.001, 1)));
+    EXPECT_FALSE(box.Contains(P2(0.0 - EqualTol, 1)));
+    EXPECT_FALSE(box.ContainsInInterior(P2(1, 3.9995)));
     // No emptiness test at all: the empty box's 1e30 / -1e30 compare as numbers.
-    EXPECT_TRUE(box.Contains(CBoundingBox2d()) && box.ContainsInInterior(CBoundingBox2d()));
+    EXPECT_TRUE(box.Contains(CBoundingBox2d()));
+    EXPECT_TRUE(box.ContainsInInterior(CBoundingBox2d()));
     EXPECT_TRUE(box.Contains(CBoundingBox2d(P2(-0.0005, 0), P2(3, 4))));
     EXPECT_FALSE(box.Contains(CBoundingBox2d(P2(0, 0), P2(3, 4.0 + EqualTol))));
 
     CBoundingBox2d out;
-    EXPECT_TRUE(box.Intersects(CBoundingBox2d(P2(3, 4), P2(5, 5))) &&
-                !box.Overlaps(CBoundingBox2d(P2(3, 4), P2(5, 5)), out));
-    EXPECT_TRUE(out.IsEmpty() && out.y.IsEmpty());
+    EXPECT_TRUE(box.Intersects(CBoundingBox2d(P2(3, 4), P2(5, 5))));
+    EXPECT_TRUE(!box.Overlaps(CBoundingBox2d(P2(3, 4), P2(5, 5)), out));
+    EXPECT_TRUE(out.IsEmpty());
+    EXPECT_TRUE(out.y.IsEmpty());
     EXPECT_FALSE(box.Intersects(CBoundingBox2d(CRange(0, 1), CRange(2, 1))));
-    EXPECT_TRUE(box.Overlaps(CBoundingBox2d(P2(1, -1), P2(5, 2)), out) && Same(out.x, CRange(1, 3)) &&
-                Same(out.y, CRange(0, 2)));
+    EXPECT_TRUE(box.Overlaps(CBoundingBox2d(P2(1, -1), P2(5, 2)), out));
+    EXPECT_TRUE(SameRange(out.x, CRange(1, 3)));
+    EXPECT_TRUE(SameRange(out.y, CRange(0, 2)));
     const CBoundingBox2d u = box + CBoundingBox2d(CRange(), CRange(-1, 9));
     const CBoundingBox2d i = box.Intersect(CBoundingBox2d(P2(5, 1), P2(6, 2)));
-    EXPECT_TRUE(Same(u.x, CRange(0, 3)) && Same(u.y, CRange(-1, 9)) && i.x.IsEmpty() && Same(i.y, CRange(1, 2)));
-    EXPECT_TRUE(CBoundingBox2d().IsValidObj() && !(box + P2(INFINITY, 0)).IsValidObj());
+    EXPECT_TRUE(SameRange(u.x, CRange(0, 3)));
+    EXPECT_TRUE(SameRange(u.y, CRange(-1, 9)));
+    EXPECT_TRUE(i.x.IsEmpty());
+    EXPECT_TRUE(SameRange(i.y, CRange(1, 2)));
+    EXPECT_TRUE(CBoundingBox2d().IsValidObj());
+    EXPECT_TRUE(!(box + P2(INFINITY, 0)).IsValidObj());
 }

@@ -32,16 +32,16 @@ const std::vector<CPoint2f> kSquare = {CPoint2f(0, 0), CPoint2f(1, 0), CPoint2f(
 }  // namespace
 
 TEST(PointInPolygon, SquareInsideEdgeVertexOutside) {
-    ExpectEveryWay(kSquare, CPoint2f(0.5f, 0.5f), 1);
+    ExpectEveryWay(kSquare, CPoint2f(0.5f, 0.5f), InsidePolygon);
     for (const CPoint2f& mid : {CPoint2f(0.5f, 0), CPoint2f(1, 0.5f), CPoint2f(0.5f, 1), CPoint2f(0, 0.5f)}) {
-        ExpectEveryWay(kSquare, mid, 2);
+        ExpectEveryWay(kSquare, mid, OnPolygonEdge);
     }
-    for (const CPoint2f& v : kSquare) ExpectEveryWay(kSquare, v, 4);
-    ExpectEveryWay(kSquare, CPoint2f(1.0009f, 0.9991f), 4);
-    ExpectEveryWay(kSquare, CPoint2f(0.998f, 0.5f), 1);
-    ExpectEveryWay(kSquare, CPoint2f(0.5f, 1.002f), 8);
-    ExpectEveryWay(kSquare, CPoint2f(-1, 0), 8);  // level with an edge and a vertex
-    ExpectEveryWay(kSquare, CPoint2f(3, 1), 8);
+    for (const CPoint2f& v : kSquare) ExpectEveryWay(kSquare, v, OnPolygonVertex);
+    ExpectEveryWay(kSquare, CPoint2f(1.0009f, 0.9991f), OnPolygonVertex);
+    ExpectEveryWay(kSquare, CPoint2f(0.998f, 0.5f), InsidePolygon);
+    ExpectEveryWay(kSquare, CPoint2f(0.5f, 1.002f), OutsidePolygon);
+    ExpectEveryWay(kSquare, CPoint2f(-1, 0), OutsidePolygon);  // level with an edge and a vertex
+    ExpectEveryWay(kSquare, CPoint2f(3, 1), OutsidePolygon);
 }
 
 TEST(PointInPolygon, BandBoundariesOnEverySide) {
@@ -50,7 +50,7 @@ TEST(PointInPolygon, BandBoundariesOnEverySide) {
     // Offsets across each side, inward positive: exactly the tolerance inside is
     // inside, exactly the tolerance outside is outside, anything between is on the edge.
     const float offsets[5] = {-t, -t / 2, 0, t / 2, t};
-    const int expected[5] = {8, 2, 2, 2, 1};
+    const int expected[5] = {OutsidePolygon, OnPolygonEdge, OnPolygonEdge, OnPolygonEdge, InsidePolygon};
     for (int i = 0; i < 5; ++i) {
         const float o = offsets[i];
         ExpectEveryWay(kSquare, CPoint2f(o, 0.5f), expected[i]);
@@ -59,27 +59,27 @@ TEST(PointInPolygon, BandBoundariesOnEverySide) {
         ExpectEveryWay(kSquare, CPoint2f(0.5f, 1 - o), expected[i]);
     }
     // The vertex test is strict in each coordinate.
-    ExpectEveryWay(kSquare, CPoint2f(1 + t / 2, 1 - t / 2), 4);
-    ExpectEveryWay(kSquare, CPoint2f(1 - t, 1), 2);
-    ExpectEveryWay(kSquare, CPoint2f(1 + t, 1), 8);
+    ExpectEveryWay(kSquare, CPoint2f(1 + t / 2, 1 - t / 2), OnPolygonVertex);
+    ExpectEveryWay(kSquare, CPoint2f(1 - t, 1), OnPolygonEdge);
+    ExpectEveryWay(kSquare, CPoint2f(1 + t, 1), OutsidePolygon);
 
     // A vertex exactly the tolerance above (below) p counts as above (below) the
     // ray's line on both its edges, so a point that far below a peak is inside.
     const std::vector<CPoint2f> diamond = {CPoint2f(1, 0), CPoint2f(2, 1), CPoint2f(1, 2), CPoint2f(0, 1)};
-    ExpectEveryWay(diamond, CPoint2f(1, 2 - t), 1);
-    ExpectEveryWay(diamond, CPoint2f(1, t), 1);
+    ExpectEveryWay(diamond, CPoint2f(1, 2 - t), InsidePolygon);
+    ExpectEveryWay(diamond, CPoint2f(1, t), InsidePolygon);
 }
 
 TEST(PointInPolygon, ConcaveAndSelfIntersectingPolygons) {
     const std::vector<CPoint2f> ell = {CPoint2f(0, 0), CPoint2f(2, 0), CPoint2f(2, 1),
                                        CPoint2f(1, 1), CPoint2f(1, 2), CPoint2f(0, 2)};
-    ExpectEveryWay(ell, CPoint2f(1.5f, 0.5f), 1);
-    ExpectEveryWay(ell, CPoint2f(0.5f, 1), 1);  // level with the reflex vertex
-    ExpectEveryWay(ell, CPoint2f(1.5f, 1.5f), 8);
-    ExpectEveryWay(ell, CPoint2f(1.5f, 2), 8);
-    ExpectEveryWay(ell, CPoint2f(1.5f, 1), 2);
-    ExpectEveryWay(ell, CPoint2f(1, 1.5f), 2);
-    ExpectEveryWay(ell, CPoint2f(1, 1), 4);
+    ExpectEveryWay(ell, CPoint2f(1.5f, 0.5f), InsidePolygon);
+    ExpectEveryWay(ell, CPoint2f(0.5f, 1), InsidePolygon);  // level with the reflex vertex
+    ExpectEveryWay(ell, CPoint2f(1.5f, 1.5f), OutsidePolygon);
+    ExpectEveryWay(ell, CPoint2f(1.5f, 2), OutsidePolygon);
+    ExpectEveryWay(ell, CPoint2f(1.5f, 1), OnPolygonEdge);
+    ExpectEveryWay(ell, CPoint2f(1, 1.5f), OnPolygonEdge);
+    ExpectEveryWay(ell, CPoint2f(1, 1), OnPolygonVertex);
 
     // A pentagram counts crossings: its centre is crossed twice, so outside.
     std::vector<CPoint2f> star;
@@ -87,14 +87,14 @@ TEST(PointInPolygon, ConcaveAndSelfIntersectingPolygons) {
         const double a = 1.5707963267948966 + 4 * 3.141592653589793 * k / 5;
         star.emplace_back(static_cast<float>(std::cos(a)), static_cast<float>(std::sin(a)));
     }
-    ExpectEveryWay(star, CPoint2f(0, 0), 8);
-    ExpectEveryWay(star, CPoint2f(0, 0.8f), 1);
+    ExpectEveryWay(star, CPoint2f(0, 0), OutsidePolygon);
+    ExpectEveryWay(star, CPoint2f(0, 0.8f), InsidePolygon);
 }
 
 TEST(PointInPolygon, DegenerateInputs) {
-    EXPECT_EQ(PointInPolygon(CPoint2f(), nullptr, 0), 8);
+    EXPECT_EQ(PointInPolygon(CPoint2f(), nullptr, 0), OutsidePolygon);
     const CPoint2f one(2, 3);
-    EXPECT_EQ(PointInPolygon(CPoint2f(2, 3.0005f), &one, 1), 4);
-    EXPECT_EQ(PointInPolygon(CPoint2f(2, 4), &one, 1), 8);
-    EXPECT_EQ(PointInPolygon(CPoint2f(std::nanf(""), 0), kSquare.data(), 4), 8);
+    EXPECT_EQ(PointInPolygon(CPoint2f(2, 3.0005f), &one, 1), OnPolygonVertex);
+    EXPECT_EQ(PointInPolygon(CPoint2f(2, 4), &one, 1), OutsidePolygon);
+    EXPECT_EQ(PointInPolygon(CPoint2f(std::nanf(""), 0), kSquare.data(), OnPolygonVertex), 8);
 }

@@ -30,36 +30,49 @@ CLine3d Line(const CPoint3d& origin, const CUnitVector3d& dir, double start, dou
 TEST(Line3d, ConstructionEndsAndValidity) {
     CPoint3d p;
     const CLine3d z;
-    EXPECT_TRUE(!z.GetStartPoint(p) && p.z == -kInf);
-    EXPECT_TRUE(!z.GetEndPoint(p) && p.z == kInf);
+    EXPECT_TRUE(!z.GetStartPoint(p));
+    EXPECT_EQ(p.z, -kInf);
+    EXPECT_TRUE(!z.GetEndPoint(p));
+    EXPECT_EQ(p.z, kInf);
     EXPECT_TRUE(z.IsValidObj());  // the markers are finite
     EXPECT_NEAR(CLine3d(CPoint3d(1, 1, 1), CPoint3d(4, 5, 1)).endParam, 5.0, 1e-15);
     EXPECT_TRUE(CLine3d(CPoint3d(2, 2, 2), CPoint3d(2, 2, 2)).IsNull());
 
     // The ray's finite end is one unit along, whatever the ray.
     const CRay3d ray(CPoint3d(3, 0, 0), kX);
-    EXPECT_TRUE(CLine3d(ray, false, false).endParam == 1.0 && CLine3d(ray, true, false).startParam == -kInf);
-    EXPECT_TRUE(CLine3d(ray, false, true).startParam == 0.0 && CLine3d(ray, false, true).endParam == kInf);
+    EXPECT_EQ(CLine3d(ray, false, false).endParam, 1.0);
+    EXPECT_EQ(CLine3d(ray, true, false).startParam, -kInf);
+    EXPECT_EQ(CLine3d(ray, false, true).startParam, 0.0);
+    EXPECT_EQ(CLine3d(ray, false, true).endParam, kInf);
     EXPECT_FALSE(Line(CPoint3d(0, 0, 0), kX, 0, HUGE_VAL).IsValidObj());
 }
 
 TEST(Line3d, SettingAnEndBeyondTheOtherReverses) {
     CLine3d l(CPoint3d(0, 0, 0), CPoint3d(5, 0, 0));
     l.SetStartPoint(CPoint3d(5, 3, 0));  // exactly at the end: no reversal
-    EXPECT_TRUE(l.direction.x == 1.0 && l.startParam == 5.0);
+    EXPECT_EQ(l.direction.x, 1.0);
+    EXPECT_EQ(l.startParam, 5.0);
     l.SetStartPoint(CPoint3d(7, 1, 0));  // beyond: from the new start to the old end
-    EXPECT_TRUE(l.direction.x == -1.0 && l.startParam == -7.0 && l.endParam == -5.0);
+    EXPECT_EQ(l.direction.x, -1.0);
+    EXPECT_EQ(l.startParam, -7.0);
+    EXPECT_EQ(l.endParam, -5.0);
 
     CLine3d m(CPoint3d(0, 0, 0), CPoint3d(5, 0, 0));
     m.SetStartPoint(CPoint3d(2, 0, 0));
     m.SetEndPoint(CPoint3d(-1, 4, 0));  // before the start: from the old start to the new end
     CPoint3d s, e;
-    EXPECT_TRUE(m.GetStartPoint(s) && m.GetEndPoint(e) && m.direction.x == -1.0 && s.x == 2.0 && e.x == -1.0);
+    EXPECT_TRUE(m.GetStartPoint(s));
+    EXPECT_TRUE(m.GetEndPoint(e));
+    EXPECT_EQ(m.direction.x, -1.0);
+    EXPECT_EQ(s.x, 2.0);
+    EXPECT_EQ(e.x, -1.0);
 
     // An infinite far end never reverses.
     CLine3d h(CRay3d(CPoint3d(0, 0, 0), kX), false, true);
     h.SetStartPoint(CPoint3d(9, 0, 0));
-    EXPECT_TRUE(h.direction.x == 1.0 && h.startParam == 9.0 && h.endParam == kInf);
+    EXPECT_EQ(h.direction.x, 1.0);
+    EXPECT_EQ(h.startParam, 9.0);
+    EXPECT_EQ(h.endParam, kInf);
 }
 
 TEST(Line3d, ReverseKeepsTheMarkersAndSetDirectionRebases) {
@@ -73,22 +86,32 @@ TEST(Line3d, ReverseKeepsTheMarkersAndSetDirectionRebases) {
     for (const auto& c : cases) {
         CLine3d r = Line(o, kX, c[0], c[1]);
         r.Reverse();
-        EXPECT_TRUE(r.direction.x == -1.0 && r.startParam == c[2] && r.endParam == c[3]) << c[0] << " " << c[1];
+        EXPECT_EQ(r.direction.x, -1.0) << c[0] << " " << c[1];
+        EXPECT_EQ(r.startParam, c[2]) << c[0] << " " << c[1];
+        EXPECT_EQ(r.endParam, c[3]) << c[0] << " " << c[1];
         CLine3d d = Line(o, kX, c[0], c[1]);
         d.SetDirection(up);
-        EXPECT_TRUE(d.direction.y == 1.0 && d.origin.x == c[4] && d.startParam == c[5] && d.endParam == c[6])
-            << c[0] << " " << c[1];
+        EXPECT_EQ(d.direction.y, 1.0) << c[0] << " " << c[1];
+        EXPECT_EQ(d.origin.x, c[4]) << c[0] << " " << c[1];
+        EXPECT_EQ(d.startParam, c[5]) << c[0] << " " << c[1];
+        EXPECT_EQ(d.endParam, c[6]) << c[0] << " " << c[1];
     }
 
     // The half-line's ray starts at its finite end; reversed, the same point
     // starts the other half.
     CLine3d half = Line(o, kX, -kInf, 5);
     CRay3d ray(CPoint3d(7, 7, 7), kX);
-    EXPECT_TRUE(half.GetSemiInfiniteRay(ray) && ray.origin.x == 6.0 && ray.direction.x == -1.0);
+    EXPECT_TRUE(half.GetSemiInfiniteRay(ray));
+    EXPECT_EQ(ray.origin.x, 6.0);
+    EXPECT_EQ(ray.direction.x, -1.0);
     half.Reverse();
-    EXPECT_TRUE(half.GetSemiInfiniteRay(ray) && ray.origin.x == 6.0 && ray.direction.x == 1.0);
-    EXPECT_TRUE(Line(o, kX, 2, kInf).GetSemiInfiniteRay(ray) && ray.origin.x == 3.0);
-    EXPECT_FALSE(Line(o, kX, 2, 5).GetSemiInfiniteRay(ray) || Line(o, kX, -kInf, kInf).GetSemiInfiniteRay(ray));
+    EXPECT_TRUE(half.GetSemiInfiniteRay(ray));
+    EXPECT_EQ(ray.origin.x, 6.0);
+    EXPECT_EQ(ray.direction.x, 1.0);
+    EXPECT_TRUE(Line(o, kX, 2, kInf).GetSemiInfiniteRay(ray));
+    EXPECT_EQ(ray.origin.x, 3.0);
+    EXPECT_FALSE(Line(o, kX, 2, 5).GetSemiInfiniteRay(ray));
+    EXPECT_FALSE(Line(o, kX, -kInf, kInf).GetSemiInfiniteRay(ray));
     EXPECT_EQ(ray.origin.x, 3.0);  // untouched
 
     plenar_test::ToleranceGuard guard(1.0 / 1024);
@@ -118,7 +141,8 @@ TEST(Line3d, TrimToPlaneKeepsThePositiveSideAndRejectsSlivers) {
     for (const auto& c : cases) {
         CLine3d l = Line(CPoint3d(0, 0, 0), kX, 0, 10);
         EXPECT_EQ(l.TrimToPlane(CPlane(c[0], c[1], 0, c[2])), c[3] != 0) << c[0] << " " << c[1] << " " << c[2];
-        EXPECT_TRUE(l.startParam == c[4] && l.endParam == c[5]) << c[0] << " " << c[1] << " " << c[2];
+        EXPECT_EQ(l.startParam, c[4]) << c[0] << " " << c[1] << " " << c[2];
+        EXPECT_EQ(l.endParam, c[5]) << c[0] << " " << c[1] << " " << c[2];
     }
 }
 
@@ -150,6 +174,8 @@ TEST(Line3d, ZoneCodesAndTheBoxTest) {
 
     // Unbounded lines go through the ray test, both ways for a full line.
     const CPoint3d o(5, 0.5, 0.5);
-    EXPECT_TRUE(Line(o, kX, -kInf, kInf).IntersectWith(kUnit) && Line(o, kX, -kInf, -2).IntersectWith(kUnit));
-    EXPECT_FALSE(Line(o, kX, 2, kInf).IntersectWith(kUnit) || Line(o, kX, -kInf, kInf).IntersectWith(CBoundingBox3d()));
+    EXPECT_TRUE(Line(o, kX, -kInf, kInf).IntersectWith(kUnit));
+    EXPECT_TRUE(Line(o, kX, -kInf, -2).IntersectWith(kUnit));
+    EXPECT_FALSE(Line(o, kX, 2, kInf).IntersectWith(kUnit));
+    EXPECT_FALSE(Line(o, kX, -kInf, kInf).IntersectWith(CBoundingBox3d()));
 }

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+using velmor::geometry::AllVisible;
 using velmor::geometry::CPoint4d;
 using velmor::geometry::LineClipper;
+using velmor::geometry::NothingVisible;
+using velmor::geometry::PartVisible;
 
 namespace {
 
@@ -34,11 +37,11 @@ TEST(LineClipper, OutcodesAreStrictAndPerPlane) {
 TEST(LineClipper, TrivialCasesLeaveTheIntervalAlone) {
     LineClipper c = Marked();
     // Wholly inside, one end exactly on x = w.
-    EXPECT_EQ(c.Clip(true, CPoint4d(0.0, 0.0, 0.0, 1.0), CPoint4d(1.0, 0.5, 0.0, 1.0)), 1);
+    EXPECT_EQ(c.Clip(true, CPoint4d(0.0, 0.0, 0.0, 1.0), CPoint4d(1.0, 0.5, 0.0, 1.0)), AllVisible);
     // Both beyond x = w.
-    EXPECT_EQ(c.Clip(true, CPoint4d(2.0, 0.0, 0.0, 1.0), CPoint4d(3.0, -5.0, 0.0, 1.0)), 0);
+    EXPECT_EQ(c.Clip(true, CPoint4d(2.0, 0.0, 0.0, 1.0), CPoint4d(3.0, -5.0, 0.0, 1.0)), NothingVisible);
     // Depth clipping ignores x and y.
-    EXPECT_EQ(c.Clip(false, CPoint4d(50.0, 0.0, 0.0, 1.0), CPoint4d(0.0, -50.0, -1.0, 1.0)), 1);
+    EXPECT_EQ(c.Clip(false, CPoint4d(50.0, 0.0, 0.0, 1.0), CPoint4d(0.0, -50.0, -1.0, 1.0)), AllVisible);
     EXPECT_EQ(c.tMin, -7.0);
     EXPECT_EQ(c.tMax, 7.0);
 }
@@ -51,20 +54,20 @@ TEST(LineClipper, CrossingSegmentsReportTheVisibleInterval) {
         double tMin, tMax;
     };
     const Case cases[] = {
-        {true, {-2, 0, 0, 1}, {2, 0, 0, 1}, 2, 0.25, 0.75},
-        {true, {2, 0, 0, 1}, {-2, 0, 0, 1}, 2, 0.25, 0.75},
+        {true, {-2, 0, 0, 1}, {2, 0, 0, 1}, PartVisible, 0.25, 0.75},
+        {true, {2, 0, 0, 1}, {-2, 0, 0, 1}, PartVisible, 0.25, 0.75},
         // In through x = -w at t = 2/4, out through y = w at t = 1/1.5.
-        {true, {-3, 0, 0, 1}, {1, 1.5, 0, 1}, 2, 0.5, 1.0 / 1.5},
+        {true, {-3, 0, 0, 1}, {1, 1.5, 0, 1}, PartVisible, 0.5, 1.0 / 1.5},
         // Through w = 0, clipped without dividing.
-        {true, {0, 0, 0, 1}, {0, 0, 0, -1}, 2, 0.0, 0.5},
+        {true, {0, 0, 0, 1}, {0, 0, 0, -1}, PartVisible, 0.0, 0.5},
         // Reaching the square exactly at the far end: an empty interval needs
         // tMin strictly above tMax.
-        {true, {-3, -1, 0, 1}, {-1, 1, 0, 1}, 2, 1.0, 1.0},
+        {true, {-3, -1, 0, 1}, {-1, 1, 0, 1}, PartVisible, 1.0, 1.0},
         // Passing outside the corner (-1, 1): no shared outcode bit, only the
         // interval shows the miss, and keeps the values reached.
-        {true, {-3, 0, 0, 1}, {0, 3, 0, 1}, 0, 2.0 / 3.0, 1.0 / 3.0},
+        {true, {-3, 0, 0, 1}, {0, 3, 0, 1}, NothingVisible, 2.0 / 3.0, 1.0 / 3.0},
         // Depth planes at d = 0.5.
-        {false, {0, 0, -2, 1}, {0, 0, 2, 1}, 2, 0.375, 0.625},
+        {false, {0, 0, -2, 1}, {0, 0, 2, 1}, PartVisible, 0.375, 0.625},
     };
     for (const Case& k : cases) {
         LineClipper c = Marked(0.5);

@@ -20,12 +20,16 @@ TEST(ClosestPoint, LinesSkewParallelAndTheFixedThreshold) {
     const CUnitVector3d ux(1, 0, 0), uy(0, 1, 0);
     double t1 = 7, t2 = 7, s, t;
     EXPECT_TRUE(ClosestPoint(P3(0, 0, 0), ux, P3(0, 0, 1), uy, t1, t2));
-    EXPECT_TRUE(t1 == 0 && t2 == 0);
+    EXPECT_EQ(t1, 0);
+    EXPECT_EQ(t2, 0);
     EXPECT_EQ(DistanceBetweenLines(P3(0, 0, 0), ux, P3(0, 0, 1), uy), 1.0);
     // Parallel: t1 = 0 and t2 the foot of p1; the points are written anyway.
     CPoint3d q1, q2;
     EXPECT_FALSE(ClosestPoint(P3(5, 0, 0), ux, P3(0, 2, 0), ux, q1, q2));
-    EXPECT_TRUE(q1.x == 5 && q1.y == 0 && q2.x == 5 && q2.y == 2);
+    EXPECT_EQ(q1.x, 5);
+    EXPECT_EQ(q1.y, 0);
+    EXPECT_EQ(q2.x, 5);
+    EXPECT_EQ(q2.y, 2);
     EXPECT_EQ(DistanceBetweenLines(P3(5, 0, 0), ux, P3(0, 2, 0), ux), 2.0);
     // 1 - c^2 of about 1e-8 is not parallel (it is below EqualTolSq); 1e-12 is.
     EXPECT_TRUE(ClosestPoint(P3(0, 0, 0), ux, P3(0, 1, 0), CUnitVector3d(1, 1e-4, 0), t1, t2));
@@ -33,32 +37,41 @@ TEST(ClosestPoint, LinesSkewParallelAndTheFixedThreshold) {
     EXPECT_FALSE(ClosestPoint(P3(0, 0, 0), ux, P3(0, 1, 0), CUnitVector3d(1, 1e-6, 0), t1, t2));
 
     EXPECT_TRUE(ClosestPoint(P3(0, 0, 0), P3(2, 0, 0), P3(1, -1, 1), P3(1, 1, 1), s, t));
-    EXPECT_TRUE(s == 0.5 && t == 0.5);
+    EXPECT_EQ(s, 0.5);
+    EXPECT_EQ(t, 0.5);
     // Point pairs: the threshold is absolute, so short perpendicular segments read
     // as parallel, and t is then the raw dot product B.(a1 - b1).
     EXPECT_FALSE(ClosestPoint(P3(0, 0, 0), P3(kTol2, 0, 0), P3(0, -0.5, 0), P3(0, -0.5 + kTol2, 0), s, t));
-    EXPECT_TRUE(s == 0 && t == 0.5 * kTol2);
+    EXPECT_EQ(s, 0);
+    EXPECT_TRUE(t == 0.5 * kTol2);
 }
 
 TEST(ClosestPoint, SegmentToLineCodes) {
     const P3 a(0, 0, 0), b(1, 0, 0), top(0, 0, 2);
     const CUnitVector3d uz(0, 0, 1);
     CPoint3d out;
-    EXPECT_TRUE(ClosestPoint(a, b, P3(0.25, 1, 0), uz, out) == 3 && out.x == 0.25);
-    EXPECT_TRUE(ClosestPoint(a, b, P3(-2, 1, 0), uz, out) == 1 && out.x == 0.0);
-    EXPECT_TRUE(ClosestPoint(a, b, P3(3, 1, 0), uz, out) == 2 && out.x == 1.0);
-    EXPECT_EQ(ClosestPoint(a, P3(1, 1e-4, 0), P3(0, 5, 0), CUnitVector3d(1, 0, 0), out), 2);  // 1e-8: not parallel
+    EXPECT_EQ(ClosestPoint(a, b, P3(0.25, 1, 0), uz, out), InsideSegment);
+    EXPECT_EQ(out.x, 0.25);
+    EXPECT_EQ(ClosestPoint(a, b, P3(-2, 1, 0), uz, out), ClampedToStart);
+    EXPECT_EQ(out.x, 0.0);
+    EXPECT_EQ(ClosestPoint(a, b, P3(3, 1, 0), uz, out), ClampedToEnd);
+    EXPECT_EQ(out.x, 1.0);
+    EXPECT_EQ(ClosestPoint(a, P3(1, 1e-4, 0), P3(0, 5, 0), CUnitVector3d(1, 0, 0), out),
+              ClampedToEnd);  // 1e-8: not parallel
     // Along the line: the endpoint nearer to p, b on a tie.
-    EXPECT_TRUE(ClosestPoint(a, top, P3(1, 0, 5), uz, out) == 0 && out.z == 2.0);
-    EXPECT_TRUE(ClosestPoint(a, top, P3(1, 0, -1), uz, out) == 0 && out.z == 0.0);
-    EXPECT_TRUE(ClosestPoint(a, top, P3(1, 0, 1), uz, out) == 0 && out.z == 2.0);
+    EXPECT_EQ(ClosestPoint(a, top, P3(1, 0, 5), uz, out), SegmentParallel);
+    EXPECT_EQ(out.z, 2.0);
+    EXPECT_EQ(ClosestPoint(a, top, P3(1, 0, -1), uz, out), SegmentParallel);
+    EXPECT_EQ(out.z, 0.0);
+    EXPECT_EQ(ClosestPoint(a, top, P3(1, 0, 1), uz, out), SegmentParallel);
+    EXPECT_EQ(out.z, 2.0);
 }
 
 TEST(ParameterOfClosestPoint, UnclampedAndDegenerateStrictlyBelowLoadTimeEqualTolSq) {
     EXPECT_EQ(ParameterOfClosestPoint(P3(0, 0, 0), P3(2, 0, 0), P3(3, 5, 1)), 1.5);
     EXPECT_EQ(ParameterOfClosestPoint(P2(0, 0), P2(0, 2), P2(4, -1)), -0.5);
-    EXPECT_TRUE(ParameterOfClosestPoint(P3(0, 0, 0), P3(0.0009, 0, 0), P3(1, 0, 0)) == 0.0 &&
-                ParameterOfClosestPoint(P2(0, 0), P2(0.0009, 0), P2(1, 0)) == 0.0);
+    EXPECT_EQ(ParameterOfClosestPoint(P3(0, 0, 0), P3(0.0009, 0, 0), P3(1, 0, 0)), 0.0);
+    EXPECT_EQ(ParameterOfClosestPoint(P2(0, 0), P2(0.0009, 0), P2(1, 0)), 0.0);
     EXPECT_NEAR(ParameterOfClosestPoint(P3(0, 0, 0), P3(0.001, 0, 0), P3(0.002, 0, 0)), 2.0, 1e-9);
     plenar_test::ToleranceGuard guard(0.01);  // EqualTolSq stays 1e-6
     EXPECT_NEAR(ParameterOfClosestPoint(P2(0, 0), P2(0.002, 0), P2(0.001, 0)), 0.5, 1e-9);
@@ -75,30 +88,38 @@ TEST(SegmentsIntersect, WritesPointOnlyOnHitAndAcceptsNull) {
 
 TEST(LinePredicates, ColinearOnSegmentAndBetweenAreStrictAtTolerance) {
     const P3 a(0, 0, 0), b(1, 0, 0);
-    EXPECT_TRUE(AreColinear(a, b, P3(5, 0.0009, 0), 0.001) && AreColinear(a, b, P3(3, 0.05, 0), 0.1));
+    EXPECT_TRUE(AreColinear(a, b, P3(5, 0.0009, 0), 0.001));
+    EXPECT_TRUE(AreColinear(a, b, P3(3, 0.05, 0), 0.1));
     EXPECT_FALSE(AreColinear(a, b, P3(5, 0.001, 0), 0.001));
     EXPECT_TRUE(AreColinear(a, P3(0.0009, 0, 0), P3(0, 5, 0), 0.001));  // degenerate base
     EXPECT_FALSE(AreColinear(a, P3(0.001, 0, 0), P3(0, 5, 0), 0.001));
 
-    EXPECT_TRUE(IsOnLineSegment(a, b, P3(0.5, 0.0009, 0), 0.001) && IsOnLineSegment(a, b, P3(-0.0005, 0, 0), 0.001));
-    EXPECT_FALSE(IsOnLineSegment(a, b, P3(0.5, 0.001, 0), 0.001) || IsOnLineSegment(a, b, P3(1.002, 0, 0), 0.001));
+    EXPECT_TRUE(IsOnLineSegment(a, b, P3(0.5, 0.0009, 0), 0.001));
+    EXPECT_TRUE(IsOnLineSegment(a, b, P3(-0.0005, 0, 0), 0.001));
+    EXPECT_FALSE(IsOnLineSegment(a, b, P3(0.5, 0.001, 0), 0.001));
+    EXPECT_FALSE(IsOnLineSegment(a, b, P3(1.002, 0, 0), 0.001));
     EXPECT_TRUE(IsOnLineSegment(a, b, P3(0.5, 0.05, 0), 0.1));  // the given tol, not EqualTol
     EXPECT_TRUE(IsOnLineSegment(a, a, P3(0.0005, 0, 0), 0.001));
 
     // Between: the projection alone decides inside [0, 1], both ends inclusive.
-    EXPECT_TRUE(IsBetween(P3(0.5, 10, 0), a, b) && IsBetween(P3(0, 7, 0), a, b) && IsBetween(P3(1, 7, 0), a, b));
+    EXPECT_TRUE(IsBetween(P3(0.5, 10, 0), a, b));
+    EXPECT_TRUE(IsBetween(P3(0, 7, 0), a, b));
+    EXPECT_TRUE(IsBetween(P3(1, 7, 0), a, b));
     EXPECT_TRUE(IsBetween(P3(-0.0005, 0, 0), a, b));
-    EXPECT_FALSE(IsBetween(P3(-0.0005, 10, 0), a, b) || IsBetween(P3(1.5, 0, 0), a, b) ||
-                 IsBetween(P3(kNaN, 0, 0), a, b));
+    EXPECT_FALSE(IsBetween(P3(-0.0005, 10, 0), a, b));
+    EXPECT_FALSE(IsBetween(P3(1.5, 0, 0), a, b));
+    EXPECT_FALSE(IsBetween(P3(kNaN, 0, 0), a, b));
     EXPECT_TRUE(IsBetween(P3(100, 100, 100), a, P3(0.0009, 0, 0)));  // degenerate: anything
 }
 
 TEST(IsOnLine, TwoDEqualityIsStrictPerAxisAndOnTheLoadTimeSquare) {
     double t = 0;
-    EXPECT_TRUE(IsOnLine(P2(0, 0), P2(1, 0), P2(3, 0.0005), &t) && t == 3.0);  // the extension counts
-    EXPECT_TRUE(IsOnLine(P2(1, 1), P2(1, 1), P2(1.0005, 1), &t) && t == 0.0);
-    EXPECT_FALSE(IsOnLine(P2(0, 0), P2(1, 0), P2(0.5, 0.001), nullptr) ||
-                 IsOnLine(P2(0, 0), P2(1, 0), P2(kNaN, 0), &t));
+    EXPECT_TRUE(IsOnLine(P2(0, 0), P2(1, 0), P2(3, 0.0005), &t));
+    EXPECT_EQ(t, 3.0);  // the extension counts
+    EXPECT_TRUE(IsOnLine(P2(1, 1), P2(1, 1), P2(1.0005, 1), &t));
+    EXPECT_EQ(t, 0.0);
+    EXPECT_FALSE(IsOnLine(P2(0, 0), P2(1, 0), P2(0.5, 0.001), nullptr));
+    EXPECT_FALSE(IsOnLine(P2(0, 0), P2(1, 0), P2(kNaN, 0), &t));
     {
         // Per-axis tests pass, but dy^2 = 1e-6 is not below EqualTolSq.
         plenar_test::ToleranceGuard guard(0.01);
@@ -110,15 +131,17 @@ TEST(IsOnLine, TwoDEqualityIsStrictPerAxisAndOnTheLoadTimeSquare) {
     EXPECT_FALSE(IsOnLine(P2(0, 0), P2(1, 0), P2(0.5, kTol2), nullptr));
     EXPECT_TRUE(IsOnLine(P2(0, 0), P2(1, 0), P2(0.5, 0.75 * kTol2), nullptr));
     P2 sq[] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
-    EXPECT_TRUE(PointInPolygon(P2(-kTol2, 0), sq, 4) == 8 && PointInPolygon(P2(-0.75 * kTol2, 0), sq, 4) == 4);
+    EXPECT_EQ(PointInPolygon(P2(-kTol2, 0), sq, 4), OutsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(-0.75 * kTol2, 0), sq, 4), OnPolygonVertex);
 }
 
 TEST(GetPointsOnArc, AccumulatesTheAngleAndHandlesSmallCounts) {
     const CUnitVector3d ux(1, 0, 0), uy(0, 1, 0);
     CPoint3d pts[11];
     GetPointsOnArc(P3(0, 0, 0), ux, uy, 1.0, 3.141592653589793, 3, pts);
-    EXPECT_TRUE(pts[0].Equals(P3(1, 0, 0), 1e-15) && pts[1].Equals(P3(0, 1, 0), 1e-15) &&
-                pts[2].Equals(P3(-1, 0, 0), 1e-15));
+    EXPECT_TRUE(pts[0].Equals(P3(1, 0, 0), 1e-15));
+    EXPECT_TRUE(pts[1].Equals(P3(0, 1, 0), 1e-15));
+    EXPECT_TRUE(pts[2].Equals(P3(-1, 0, 0), 1e-15));
     // Ten additions of 0.2 end at 1.9999999999999998, whose sine and cosine differ
     // from those of 2.
     GetPointsOnArc(P3(0, 0, 0), ux, CUnitVector3d(0, 0, 1), 2.0, 2.0, 11, pts);
@@ -126,7 +149,8 @@ TEST(GetPointsOnArc, AccumulatesTheAngleAndHandlesSmallCounts) {
     double angle = 0;
     for (int i = 0; i < 10; ++i) angle += step;
     ASSERT_NE(angle, 2.0);
-    EXPECT_TRUE(pts[10].x == 2.0 * std::cos(angle) && pts[10].z == 2.0 * std::sin(angle));
+    EXPECT_TRUE(pts[10].x == 2.0 * std::cos(angle));
+    EXPECT_TRUE(pts[10].z == 2.0 * std::sin(angle));
 
     CPoint3d one[1];
     GetPointsOnArc(P3(1, 2, 3), ux, uy, 2.0, 1.0, 1, one);
@@ -139,22 +163,26 @@ TEST(IntersectSegments, CrossingEndTolerancesAndPointSegments) {
     // The function takes its points by reference; these copies stay unchanged.
     auto hit = [](P2 a1, P2 a2, P2 b1, P2 b2, P2* out = nullptr) { return IntersectSegments(a1, a2, b1, b2, out); };
     P2 out;
-    EXPECT_TRUE(hit(P2(0, 0), P2(2, 2), P2(0, 2), P2(2, 0), &out) && out == P2(1, 1));
+    EXPECT_TRUE(hit(P2(0, 0), P2(2, 2), P2(0, 2), P2(2, 0), &out));
+    EXPECT_EQ(out, P2(1, 1));
     // Beyond a's end but within EqualTol of a2; beyond b's end within EqualTol of b1.
     EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(1.0005, -1), P2(1.0005, 1)));
     EXPECT_FALSE(hit(P2(0, 0), P2(1, 0), P2(1.002, -1), P2(1.002, 1)));
     EXPECT_TRUE(hit(P2(0, -1), P2(0, 1), P2(0.0005, 0), P2(1, 0)));
     // Point-like segments stand for their midpoints.
-    EXPECT_TRUE(hit(P2(0.5, 0), P2(0.5, 0.0001), P2(0, 0), P2(1, 0), &out) && out.y == 0.00005);
+    EXPECT_TRUE(hit(P2(0.5, 0), P2(0.5, 0.0001), P2(0, 0), P2(1, 0), &out));
+    EXPECT_EQ(out.y, 0.00005);
     EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(0.5, 0), P2(0.5, 0.0001)));
     EXPECT_TRUE(hit(P2(0.5, 0), P2(0.5, 0.0001), P2(0.5, 0.0002), P2(0.5, 0.0003)));
-    EXPECT_FALSE(hit(P2(0.5, 0), P2(0.5, 0.0001), P2(3, 3), P2(3, 3)) ||
-                 hit(P2(kNaN, 0), P2(1, 1), P2(0, 0), P2(1, 0)));
+    EXPECT_FALSE(hit(P2(0.5, 0), P2(0.5, 0.0001), P2(3, 3), P2(3, 3)));
+    EXPECT_FALSE(hit(P2(kNaN, 0), P2(1, 1), P2(0, 0), P2(1, 0)));
 
     // Parallel: only b's endpoints are tested against a.
     EXPECT_FALSE(hit(P2(1, 0), P2(2, 0), P2(0, 0), P2(3, 0)));
-    EXPECT_TRUE(hit(P2(0, 0), P2(3, 0), P2(1, 0), P2(2, 0), &out) && out == P2(1, 0));
-    EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(-1, 0), P2(0.5, 0), &out) && out == P2(0.5, 0));
+    EXPECT_TRUE(hit(P2(0, 0), P2(3, 0), P2(1, 0), P2(2, 0), &out));
+    EXPECT_EQ(out, P2(1, 0));
+    EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(-1, 0), P2(0.5, 0), &out));
+    EXPECT_EQ(out, P2(0.5, 0));
     // b runs 1e-4 above a: a cross product of 1e-9 is not parallel (the lines meet
     // far away), one of 1e-11 is, and b1 lies on a within EqualTol.
     EXPECT_FALSE(hit(P2(0, 0), P2(1, 0), P2(0.5, 1e-4), P2(1.5, 1e-4 + 1e-9)));
@@ -162,30 +190,37 @@ TEST(IntersectSegments, CrossingEndTolerancesAndPointSegments) {
 }
 
 TEST(PointInPolygon, SquareCodesAndStrictTolerances) {
-    P2 sq[] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    P2 sq[] = {{0, 0}, {1, 0}, {1, InsidePolygon}, {0, InsidePolygon}};
     const struct {
         double x, y;
         int code;
-    } cases[] = {{0.5, 0.5, 1},     {1, 0.5, 2},      {0.5, 0, 2},   {1, 1, 4},       {0, 1, 4},
-                 {2, 0.5, 8},       {-1, 0, 8},       {-1, 1, 8},    {-0.0009, 0, 4}, {-0.001, 0, 8},
-                 {0.5, -0.0009, 2}, {0.5, -0.001, 8}, {kNaN, 0.5, 8}};
+    } cases[] = {{0.5, 0.5, InsidePolygon},   {1, 0.5, OnPolygonEdge},       {0.5, 0, OnPolygonEdge},
+                 {1, 1, OnPolygonVertex},     {0, 1, OnPolygonVertex},       {2, 0.5, OutsidePolygon},
+                 {-1, 0, OutsidePolygon},     {-1, 1, OutsidePolygon},       {-0.0009, 0, OnPolygonVertex},
+                 {-0.001, 0, OutsidePolygon}, {0.5, -0.0009, OnPolygonEdge}, {0.5, -0.001, OutsidePolygon},
+                 {kNaN, 0.5, OutsidePolygon}};
     for (const auto& c : cases) EXPECT_EQ(PointInPolygon(P2(c.x, c.y), sq, 4), c.code) << c.x << ", " << c.y;
     // n < 1 reads no vertex; one- and two-vertex polygons have no inside.
-    EXPECT_TRUE(PointInPolygon(P2(0, 0), nullptr, 0) == 8 && PointInPolygon(P2(0, 0), nullptr, -3) == 8);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), nullptr, 0), OutsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), nullptr, -3), OutsidePolygon);
     P2 one[] = {{1, 0}}, two[] = {{0, 0}, {2, 2}};
-    EXPECT_TRUE(PointInPolygon(P2(0, 0), one, 1) == 8 && PointInPolygon(P2(1, 0), one, 1) == 4);
-    EXPECT_EQ(PointInPolygon(P2(1, 1), two, 2), 2);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), one, 1), OutsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(1, 0), one, 1), OnPolygonVertex);
+    EXPECT_EQ(PointInPolygon(P2(1, 1), two, 2), OnPolygonEdge);
 }
 
 TEST(PointInPolygon, VerticesOnTheRayCountOnlyWithALowerNeighbour) {
     // The ray from (0, 0) meets (2, 0), touched from above: no crossing.
     P2 fromAbove[] = {{-3, -3}, {3, -3}, {3, 3}, {2, 0}, {1, 3}, {-3, 3}};
-    EXPECT_TRUE(PointInPolygon(P2(0, 0), fromAbove, 6) == 1 && PointInPolygon(P2(2.8, 1.5), fromAbove, 6) == 1);
-    EXPECT_EQ(PointInPolygon(P2(2, 2), fromAbove, 6), 8);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), fromAbove, 6), InsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(2.8, 1.5), fromAbove, 6), InsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(2, 2), fromAbove, 6), OutsidePolygon);
     // Touched from below: counted twice, parity unchanged.
     P2 fromBelow[] = {{-3, -3}, {1, -3}, {2, 0}, {3, -3}, {3, 3}, {-3, 3}};
-    EXPECT_TRUE(PointInPolygon(P2(0, 0), fromBelow, 6) == 1 && PointInPolygon(P2(2, -2), fromBelow, 6) == 8);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), fromBelow, 6), InsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(2, -2), fromBelow, 6), OutsidePolygon);
     // Passed through: once. The end on the ray decides, and (-1, 0) lies left of p.
     P2 wedge[] = {{-1, 0}, {1, -1}, {1, 1}};
-    EXPECT_TRUE(PointInPolygon(P2(0, 0), wedge, 3) == 1 && PointInPolygon(P2(-2, 0), wedge, 3) == 8);
+    EXPECT_EQ(PointInPolygon(P2(0, 0), wedge, 3), InsidePolygon);
+    EXPECT_EQ(PointInPolygon(P2(-2, 0), wedge, 3), OutsidePolygon);
 }

@@ -33,7 +33,8 @@ V Elements(const CMatrix3x3& a) { return V(a.m, a.m + 9); }
 TEST(CMatrix3x3, FactoriesActOnRowVectorsLeftFactorFirst) {
     double p[3] = {1.0, 0.0, 1.0};
     CMatrix3x3::Rotation(1.5707963267948966).Transform(p);  // pi/2
-    EXPECT_TRUE(std::abs(p[0]) < 1e-15 && std::abs(p[1] - 1.0) < 1e-15);
+    EXPECT_TRUE(std::abs(p[0]) < 1e-15);
+    EXPECT_TRUE(std::abs(p[1] - 1.0) < 1e-15);
     double q[3] = {1.0, 1.0, 1.0};
     (CMatrix3x3::Translation(2.0, 3.0) * CMatrix3x3::Scaling(2.0, 2.0)).Transform(q);
     EXPECT_EQ(V(q, q + 3), (V{6, 8, 1}));
@@ -58,7 +59,8 @@ TEST(CMatrix3x3, ProductsNormaliseOnlyAffineResults) {
     // Normalize multiplies by the reciprocal of m[8], which is not the same as dividing.
     CMatrix3x3 a = Make({5, 0, 0, 0, 1, 0, 0, 0, 3});
     ASSERT_NE(5.0 * (1.0 / 3.0), 5.0 / 3.0);
-    EXPECT_TRUE(a.Normalize() && a.m[0] == 5.0 * (1.0 / 3.0));
+    EXPECT_TRUE(a.Normalize());
+    EXPECT_TRUE(a.m[0] == 5.0 * (1.0 / 3.0));
     // m8, result, m0 after: |m8 - 1| == tol is left as it is, |m8| == tol is not below it.
     const ScopedEqualTolSq tol(0x1p-20);
     const double cases[][3] = {{1 + 0x1p-20, 1, 3}, {0x1p-21, 0, 3}, {0x1p-20, 1, 3 * 0x1p20}};

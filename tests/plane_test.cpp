@@ -3,10 +3,11 @@
 #include <geometry/point2d.h>
 #include <geometry/ray3d.h>
 
+#include "support/random.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 #include <vector>
 
 #include "support/tolerance_guard.h"
@@ -36,11 +37,11 @@ void ExpectPlane(const CPlane& pl, double a, double b, double c, double d, doubl
 
 // An ellipse about centre in the plane with normal n, counter-clockwise about n,
 // each point offset along n by up to noise.
-std::vector<P> Polygon(std::mt19937& rng, const P& centre, const CUnitVector3d& n, int count, double start,
+std::vector<P> Polygon(plenar_test::SplitMix64& rng, const P& centre, const CUnitVector3d& n, int count, double start,
                        double noise = 0.0) {
     CUnitVector3d xAxis, yAxis;
     n.GetArbitraryAxes(xAxis, yAxis);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::UniformReal u(-1, 1);
     std::vector<P> pts;
     for (int k = 0; k < count; ++k) {
         const double ang = start + 6.283185307179586 * k / count;
@@ -68,14 +69,17 @@ TEST(Plane, ConstructionNormalisesAndKeepsDegenerateOffset) {
 
 TEST(Plane, DistancesProjectionsAndMembership) {
     const CPlane z2(0, 0, 1, -2);
-    EXPECT_TRUE(z2.SignedDistance(P(4, 5, -1)) == -3.0 && z2.DistanceTo(P(4, 5, -1)) == 3.0);
+    EXPECT_EQ(z2.SignedDistance(P(4, 5, -1)), -3.0);
+    EXPECT_EQ(z2.DistanceTo(P(4, 5, -1)), 3.0);
     EXPECT_EQ(z2.Project(P(1, 2, 5)).z, 2.0);
     // A direction's shadow ignores the offset; along the normal it vanishes.
     EXPECT_NEAR(z2.Project(CUnitVector3d(1, 0, 1)).x, 1.0, 1e-15);
     EXPECT_FALSE(z2.Project(CUnitVector3d(0, 0, -1)).IsValid());
     plenar_test::ToleranceGuard guard(1.0 / 1024);  // membership is strict at EqualTol
-    EXPECT_TRUE(P(9, 9, 2 + 1.0 / 2048).IsOn(z2) && P(3, 4, 0).ProjectTo(z2).z == 2.0);
-    EXPECT_FALSE(P(9, 9, 2 + 1.0 / 1024).IsOn(z2) || P(9, 9, 2 - 1.0 / 1024).IsOn(z2));
+    EXPECT_TRUE(P(9, 9, 2 + 1.0 / 2048).IsOn(z2));
+    EXPECT_EQ(P(3, 4, 0).ProjectTo(z2).z, 2.0);
+    EXPECT_FALSE(P(9, 9, 2 + 1.0 / 1024).IsOn(z2));
+    EXPECT_FALSE(P(9, 9, 2 - 1.0 / 1024).IsOn(z2));
 }
 
 TEST(Plane, RayIntersectionUsesSquaredToleranceAndAcceptsNegativeParameters) {
@@ -85,11 +89,16 @@ TEST(Plane, RayIntersectionUsesSquaredToleranceAndAcceptsNegativeParameters) {
     // A ray lying in the plane does not intersect it; the outputs stay untouched.
     const CRay3d inPlane(P(0, 0, 2), CUnitVector3d(1, 1, 0));
     EXPECT_TRUE(inPlane.IsOn(z2));
-    EXPECT_FALSE(z2.IntersectWith(inPlane, t) || z2.IntersectWith(inPlane, p));
-    EXPECT_TRUE(t == 42.0 && p.x == -1.0);
+    EXPECT_FALSE(z2.IntersectWith(inPlane, t));
+    EXPECT_FALSE(z2.IntersectWith(inPlane, p));
+    EXPECT_EQ(t, 42.0);
+    EXPECT_EQ(p.x, -1.0);
     // The carrier line is intersected: a plane behind the origin gives t < 0.
     const CRay3d up(P(1, 1, 5), CUnitVector3d(0, 0, 1));
-    EXPECT_TRUE(z2.IntersectWith(up, t) && t == -3.0 && up.IntersectWith(z2, p) && p.z == 2.0);
+    EXPECT_TRUE(z2.IntersectWith(up, t));
+    EXPECT_EQ(t, -3.0);
+    EXPECT_TRUE(up.IntersectWith(z2, p));
+    EXPECT_EQ(p.z, 2.0);
     ASSERT_TRUE(z2.IntersectWith(P(0, 0, 0), CUnitVector3d(3, 0, 4), p));
     EXPECT_NEAR(p.x, 1.5, 1e-15);
     // The default tolerance is EqualTolSq: a grazing ray with |cos| = 1e-5 hits.
@@ -109,8 +118,8 @@ TEST(Plane, IntersectionOfTwoPlanesLiesOnBoth) {
     ExpectPlane(Raw(line.origin.x, line.origin.z, line.direction.y, 0), 3, 2, 1, 0, 1e-15);  // N1 x N2 = +y
     EXPECT_FALSE(CPlane(0, 0, 1, -2).IntersectWith(CPlane(0, 0, -1, 7), line));
     EXPECT_NEAR(line.origin.x, 3, 1e-15);  // untouched
-    std::mt19937 rng(17);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::SplitMix64 rng(17);
+    plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 200; ++i) {
         const CPlane p1(u(rng), u(rng), u(rng), 10 * u(rng)), p2(u(rng), u(rng), u(rng), 10 * u(rng));
         const CVector3d n1n2 = p1.Normal() * p2.Normal();
@@ -123,13 +132,15 @@ TEST(Plane, IntersectionOfTwoPlanesLiesOnBoth) {
 
 TEST(Plane, BoxClassificationPicksCornersByNormalSign) {
     const CPlane minusX(-1, 0, 0, 0.5), x05(1, 0, 0, -0.5);  // for -x the "low" corner has the maximum x
-    EXPECT_TRUE(minusX.IntersectWith(Box(0, 1, 0, 1, 0, 1)) == 3 && minusX.IntersectWith(Box(1, 2, 0, 1, 0, 1)) == 2 &&
-                minusX.IntersectWith(Box(-2, -1, 0, 1, 0, 1)) == 1);
+    EXPECT_EQ(minusX.IntersectWith(Box(0, 1, 0, 1, 0, 1)), 3);
+    EXPECT_EQ(minusX.IntersectWith(Box(1, 2, 0, 1, 0, 1)), 2);
+    EXPECT_EQ(minusX.IntersectWith(Box(-2, -1, 0, 1, 0, 1)), 1);
     // Touching with a face from either side, or a point box on the plane: crossing.
-    EXPECT_TRUE(x05.IntersectWith(Box(0.5, 1, 0, 1, 0, 1)) == 3 && x05.IntersectWith(Box(0, 0.5, 0, 1, 0, 1)) == 3 &&
-                x05.IntersectWith(Box(0.5, 0.5, 3, 3, 3, 3)) == 3);
-    std::mt19937 rng(5);
-    std::uniform_real_distribution<double> u(-1, 1);
+    EXPECT_EQ(x05.IntersectWith(Box(0.5, 1, 0, 1, 0, 1)), 3);
+    EXPECT_EQ(x05.IntersectWith(Box(0, 0.5, 0, 1, 0, 1)), 3);
+    EXPECT_EQ(x05.IntersectWith(Box(0.5, 0.5, 3, 3, 3, 3)), 3);
+    plenar_test::SplitMix64 rng(5);
+    plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 2000; ++i) {  // against all eight corners
         const CPlane pl(u(rng), u(rng), u(rng), u(rng));
         const double x = u(rng), y = u(rng), z = u(rng), e = 0.5 * (u(rng) + 1);
@@ -139,7 +150,7 @@ TEST(Plane, BoxClassificationPicksCornersByNormalSign) {
             lo = std::fmin(lo, pl.SignedDistance(box.GetCorner(k)));
             hi = std::fmax(hi, pl.SignedDistance(box.GetCorner(k)));
         }
-        ASSERT_EQ(pl.IntersectWith(box), lo > 0.0 ? 1 : (hi < 0.0 ? 2 : 3)) << i;
+        ASSERT_EQ(pl.IntersectWith(box), lo > 0.0 ? BoxAbove : (hi < 0.0 ? BoxBelow : BoxCrossing)) << i;
     }
 }
 
@@ -193,7 +204,9 @@ TEST(Plane, CanonicalFormDecidesByDFirst) {
                  {Raw(0, 0, -2, 0), 0, 0, 1}};
     for (const auto& c : cases) {
         const CUnitVector3d n = c.pl.GetCanonicalNormal();
-        EXPECT_TRUE(n.x == c.x && n.y == c.y && n.z == c.z) << (&c - cases);
+        EXPECT_EQ(n.x, c.x) << (&c - cases);
+        EXPECT_EQ(n.y, c.y) << (&c - cases);
+        EXPECT_EQ(n.z, c.z) << (&c - cases);
     }
     CPlane pl(0, 0, 1, -5);
     pl.SetCanonicalForm();
@@ -204,17 +217,20 @@ TEST(Plane, CanonicalFormDecidesByDFirst) {
 TEST(Plane, MapPointUsesCanonicalFrameSoReversedPlanesAgree) {
     // z = 2 in canonical form is (0, 0, -1, 2): origin (0, 0, 2), X = (-1, 0, 0), Y = (0, 1, 0).
     const CPoint2d m = CPlane(0, 0, 1, -2).MapPoint(P(3, 4, 2));
-    EXPECT_TRUE(m.x == -3.0 && m.y == 4.0);
+    EXPECT_EQ(m.x, -3.0);
+    EXPECT_EQ(m.y, 4.0);
     const CPoint2d near0 = CPlane(0, 0, 1, -0.5 * EqualTol).MapPoint(P(1, 2, 0));  // from the world origin
-    EXPECT_TRUE(near0.x == 1.0 && near0.y == 2.0);
-    std::mt19937 rng(3);
-    std::uniform_real_distribution<double> u(-5, 5);
+    EXPECT_EQ(near0.x, 1.0);
+    EXPECT_EQ(near0.y, 2.0);
+    plenar_test::SplitMix64 rng(3);
+    plenar_test::UniformReal u(-5, 5);
     for (int i = 0; i < 100; ++i) {
         const CPlane pl(u(rng), u(rng), u(rng), u(rng));
         CPlane rev = pl;
         rev.Reverse();
         const P p = pl.Project(P(u(rng), u(rng), u(rng))), q = pl.Project(P(u(rng), u(rng), u(rng)));
-        EXPECT_TRUE(pl.MapPoint(p).x == rev.MapPoint(p).x && pl.MapPoint(p).y == rev.MapPoint(p).y);
+        EXPECT_EQ(pl.MapPoint(p).x, rev.MapPoint(p).x);
+        EXPECT_EQ(pl.MapPoint(p).y, rev.MapPoint(p).y);
         EXPECT_NEAR(pl.MapPoint(p).DistanceTo(pl.MapPoint(q)), p.DistanceTo(q), 1e-9);
     }
 }
@@ -244,7 +260,8 @@ TEST(Plane, MovingOffsettingAndReversing) {
     CPlane raw = Raw(0, 0, 2, 0);  // moves use the normalised normal, not the raw fields
     raw += CVector3d(0, 0, 3);
     EXPECT_EQ(raw.d, -3.0);
-    EXPECT_TRUE(CPlane(0, 0, 1, -0.5 * EqualTol).GetPoint().z == 0.0 && CPlane(0, 0, 1, -2).GetPoint().z == 2.0);
+    EXPECT_EQ(CPlane(0, 0, 1, -0.5 * EqualTol).GetPoint().z, 0.0);
+    EXPECT_EQ(CPlane(0, 0, 1, -2).GetPoint().z, 2.0);
 }
 
 TEST(Plane, TrimAboveKeepsThePartOnOrBelow) {
@@ -254,14 +271,27 @@ TEST(Plane, TrimAboveKeepsThePartOnOrBelow) {
         EXPECT_EQ(p.DistanceSquaredTo(p2), 0.0) << p;
         EXPECT_EQ(q.DistanceSquaredTo(q2), 0.0) << q;
     };
-    trim({0, 0, 2}, {4, 0, -2}, 0, {2, 0, 0}, {4, 0, -2});   // p above: p moves
-    trim({0, 0, -1}, {3, 0, 2}, 0, {0, 0, -1}, {1, 0, 0});   // q above: q moves
-    trim({0, 0, 1}, {1, 0, 2}, 1, {0, 0, 1}, {1, 0, 2});     // all above
-    trim({0, 0, 0}, {1, 0, 0}, -1, {0, 0, 0}, {1, 0, 0});    // both exactly on
-    trim({0, 0, 0}, {1, 0, -1}, -1, {0, 0, 0}, {1, 0, -1});  // on and below
-    trim({5, 0, 3}, {1, 1, 0}, 0, {1, 1, 0}, {1, 1, 0});     // above to on: collapses
+    trim({0, 0, 2}, {4, 0, -2}, SegmentTrimmed, {2, 0, 0}, {4, 0, -2});  // p above: p moves
+    trim({0, 0, -1}, {3, 0, 2}, SegmentTrimmed, {0, 0, -1}, {1, 0, 0});  // q above: q moves
+    trim({0, 0, 1}, {1, 0, 2}, SegmentAbove, {0, 0, 1}, {1, 0, 2});      // all above
+    trim({0, 0, 0}, {1, 0, 0}, SegmentBelow, {0, 0, 0}, {1, 0, 0});      // both exactly on
+    trim({0, 0, 0}, {1, 0, -1}, SegmentBelow, {0, 0, 0}, {1, 0, -1});    // on and below
+    trim({5, 0, 3}, {1, 1, 0}, SegmentTrimmed, {1, 1, 0}, {1, 1, 0});    // above to on: collapses
     // Both ends within DivideByZeroTol of the plane: no crossing is computed.
-    trim({5, 0, 2e-11}, {1, 0, -2e-11}, 0, {5, 0, 2e-11}, {1, 0, -2e-11});
+    trim({5, 0, 2e-11}, {1, 0, -2e-11}, SegmentTrimmed, {5, 0, 2e-11}, {1, 0, -2e-11});
+}
+
+TEST(Plane, LeastSquaresFitAcceptsPointsExactlyEqualTolOff) {
+    // A saddle of four points h above and below z = 0: the fit is z = 0 exactly
+    // (dyadic values, no rounding) and every point lies exactly h from it. The
+    // planarity test is inclusive, so h == EqualTol still passes.
+    for (const double h : {0x4p-10, 0x5p-10}) {
+        const std::vector<P> saddle = {{1, 1, h}, {-1, 1, -h}, {-1, -1, h}, {1, -1, -h}};
+        plenar_test::ToleranceGuard guard(0x4p-10);
+        CPlane pl;
+        EXPECT_EQ(pl.LeastSquaresFit(4, saddle.data()), h <= 0x4p-10) << h;
+        ExpectPlane(pl, 0, 0, 1, 0, 0);
+    }
 }
 
 TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
@@ -273,13 +303,17 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     ExpectPlane(pl, 0, 0, -1, 1, 0);
     // Colinear, coincident and too few points fail and leave the plane alone.
     std::vector<P> line = {{0, 0, 0}, {1, 1, 1}, {3, 3, 3}, {2, 2, 2}}, same(5, P(1, 2, 3));
-    EXPECT_FALSE(pl.Evaluate(line.data(), 4) || pl.Evaluate(same.data(), 4) || pl.Evaluate(square.data(), 2));
-    EXPECT_FALSE(pl.LeastSquaresFit(4, line.data()) || pl.LeastSquaresFit(5, same.data()) ||
-                 pl.LeastSquaresFit(2, square.data()));
+    EXPECT_FALSE(pl.Evaluate(line.data(), 4));
+    EXPECT_FALSE(pl.Evaluate(same.data(), 4));
+    EXPECT_FALSE(pl.Evaluate(square.data(), 2));
+    EXPECT_FALSE(pl.LeastSquaresFit(4, line.data()));
+    EXPECT_FALSE(pl.LeastSquaresFit(5, same.data()));
+    EXPECT_FALSE(pl.LeastSquaresFit(2, square.data()));
     ExpectPlane(pl, 0, 0, -1, 1, 0);
     // Lifting one corner by 0.01 breaks planarity; the fitted plane is still set.
     square[2].z += 0.01;
-    EXPECT_TRUE(!pl.LeastSquaresFit(4, square.data()) && pl.c > 0.99);
+    EXPECT_TRUE(!pl.LeastSquaresFit(4, square.data()));
+    EXPECT_TRUE(pl.c > 0.99);
     // The x and y coordinate planes use the other regression axes, far from the origin.
     const double far = 1e5;
     std::vector<P> xPlane = {{far, 0, 0}, {far, 2, 0}, {far, 2, 3}, {far, 0, 3}};
@@ -291,8 +325,8 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
 
     // Random convex polygons from a random first vertex, so that Evaluate's third
     // point falls inside and outside the chord's index range; the fit gets noise.
-    std::mt19937 rng(11);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::SplitMix64 rng(11);
+    plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 300; ++i) {
         const CUnitVector3d n(u(rng), u(rng), u(rng));
         const P centre(10 * u(rng), 10 * u(rng), 10 * u(rng));
@@ -308,17 +342,23 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
 
 TEST(PlaneCalculator, CollectsThreeNonColinearPoints) {
     CPlaneCalculator calc;
-    EXPECT_TRUE(calc.count == 0 && calc.firstDirection.z == 1.0);
+    EXPECT_EQ(calc.count, 0);
+    EXPECT_EQ(calc.firstDirection.z, 1.0);
     CPlane pl(0, 1, 0, 9);
-    EXPECT_TRUE(calc.AddPoint(P(0, 0, 1)) && calc.AddPoint(P(0.0005, 0, 1)));  // within EqualTol: ignored
+    EXPECT_TRUE(calc.AddPoint(P(0, 0, 1)));
+    EXPECT_TRUE(calc.AddPoint(P(0.0005, 0, 1)));  // within EqualTol: ignored
     EXPECT_EQ(calc.count, 1);
-    EXPECT_TRUE(calc.AddPoint(P(2, 0, 1)) && calc.firstDirection.x == 1.0);
-    EXPECT_TRUE(calc.AddPoint(P(5, 0, 1)) && calc.count == 2);  // colinear: ignored
+    EXPECT_TRUE(calc.AddPoint(P(2, 0, 1)));
+    EXPECT_EQ(calc.firstDirection.x, 1.0);
+    EXPECT_TRUE(calc.AddPoint(P(5, 0, 1)));
+    EXPECT_EQ(calc.count, 2);  // colinear: ignored
     EXPECT_FALSE(calc.GetPlane(pl));
     ExpectPlane(pl, 0, 1, 0, 9, 0);
     // Squared distance from the line against 1e-10: 5e-6 off (2.5e-11) is ignored, 1e-4 off is taken.
-    EXPECT_TRUE(calc.AddPoint(P(3, 5e-6, 1)) && calc.count == 2);
-    EXPECT_TRUE(calc.AddPoint(P(3, 1e-4, 1)) && calc.count == 3);
+    EXPECT_TRUE(calc.AddPoint(P(3, 5e-6, 1)));
+    EXPECT_EQ(calc.count, 2);
+    EXPECT_TRUE(calc.AddPoint(P(3, 1e-4, 1)));
+    EXPECT_EQ(calc.count, 3);
     EXPECT_FALSE(calc.AddPoint(P(0, 7, 7)));
     ASSERT_TRUE(calc.GetPlane(pl));
     ExpectPlane(pl, 0, 0, 1, -1);
@@ -331,7 +371,8 @@ TEST(PlaneCalculator, CollectsThreeNonColinearPoints) {
 TEST(Point3dWithPlanes, LeastSquaresFitOfPlanes) {
     std::vector<CPlane> planes = {CPlane(1, 0, 0, -1), CPlane(0, 1, 0, -2), CPlane(0, 0, 1, -3)};
     P p(9, 9, 9);
-    EXPECT_TRUE(!p.LeastSquaresFit(2, planes.data()) && p.x == 9.0);
+    EXPECT_TRUE(!p.LeastSquaresFit(2, planes.data()));
+    EXPECT_EQ(p.x, 9.0);
     ASSERT_TRUE(p.LeastSquaresFit(planes));
     EXPECT_EQ(p.DistanceSquaredTo(P(1, 2, 3)), 0.0);
     // One plane 0.01 off: solved but inconsistent, and the solution is kept.

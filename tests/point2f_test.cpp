@@ -44,10 +44,13 @@ TEST(Point2f, DistanceToLineIsSignedUnlessDegenerate) {
 TEST(Point2f, IsOnLineTestsTheInfiniteLine) {
     const CPoint2f o(0, 0);
     float t = 42;
-    EXPECT_TRUE(CPoint2f(4, 2).IsOnLine(o, CPoint2f(2, 1), t) && t == 2.0f);
+    EXPECT_TRUE(CPoint2f(4, 2).IsOnLine(o, CPoint2f(2, 1), t));
+    EXPECT_EQ(t, 2.0f);
     t = 42;
-    EXPECT_TRUE(!CPoint2f(1, 0.6f).IsOnLine(o, CPoint2f(2, 1), t) && t == 42.0f);
-    EXPECT_TRUE(CPoint2f(0.5f, 0.5005f).IsOnLine(o, CPoint2f(1, 1), t) && t == 0.5f);  // a tie goes to x
+    EXPECT_TRUE(!CPoint2f(1, 0.6f).IsOnLine(o, CPoint2f(2, 1), t));
+    EXPECT_EQ(t, 42.0f);
+    EXPECT_TRUE(CPoint2f(0.5f, 0.5005f).IsOnLine(o, CPoint2f(1, 1), t));
+    EXPECT_EQ(t, 0.5f);  // a tie goes to x
 
     ToleranceGuard tol(0.125);
     EXPECT_TRUE(CPoint2f(1, 0.125f).IsOnLine(o, CPoint2f(4, 0), t));  // inclusive
@@ -55,12 +58,15 @@ TEST(Point2f, IsOnLineTestsTheInfiniteLine) {
     // 0.125 - (-2^-40) is above the tolerance in double, but not once rounded to float.
     const float below = std::ldexp(-1.0f, -40);
     EXPECT_FALSE(CPoint2f(1, 0.125f).IsOnLine(CPoint2f(0, below), CPoint2f(4, below)));
-    EXPECT_TRUE(CPoint2f(10, 0).IsOnLine(o, CPoint2f(0.125f, 0), t) && t == 80.0f);  // exactly tol long: a line
+    EXPECT_TRUE(CPoint2f(10, 0).IsOnLine(o, CPoint2f(0.125f, 0), t));
+    EXPECT_EQ(t, 80.0f);  // exactly tol long: a line
     // p1 == p2: within the tolerance of p1, strictly, by distance.
     const CPoint2f p(1, 1);
-    EXPECT_TRUE(CPoint2f(1.0625f, 0.9375f).IsOnLine(p, p, t) && t == 0.0f);
-    EXPECT_FALSE(CPoint2f(1.1f, 1.1f).IsOnLine(p, p) || CPoint2f(1.125f, 1).IsOnLine(p, p) ||
-                 CPoint2f(10, 1).IsOnLine(p, CPoint2f(1.1f, 1)));
+    EXPECT_TRUE(CPoint2f(1.0625f, 0.9375f).IsOnLine(p, p, t));
+    EXPECT_EQ(t, 0.0f);
+    EXPECT_FALSE(CPoint2f(1.1f, 1.1f).IsOnLine(p, p));
+    EXPECT_FALSE(CPoint2f(1.125f, 1).IsOnLine(p, p));
+    EXPECT_FALSE(CPoint2f(10, 1).IsOnLine(p, CPoint2f(1.1f, 1)));
 }
 
 TEST(Point2f, ClosestPoints) {
@@ -73,13 +79,15 @@ TEST(Point2f, ClosestPoints) {
 
     static_assert(std::is_same_v<decltype(ClosestPointOnLine(p, p, CVector2f())), CPoint2d>);
     const CPoint2d q = ClosestPointOnLine(CPoint2f(5, 0), CPoint2f(), CVector2f(3, 4));
-    EXPECT_TRUE(std::fabs(q.x - 1.8) < 1e-15 && std::fabs(q.y - 2.4) < 1e-15);
+    EXPECT_TRUE(std::fabs(q.x - 1.8) < 1e-15);
+    EXPECT_TRUE(std::fabs(q.y - 2.4) < 1e-15);
     EXPECT_EQ(ClosestPointOnLine(p, origin, CVector2f(1e-5f, 0)), CPoint2d(origin));
 
     float t = 42;
-    EXPECT_TRUE(CPoint2f(1, 5).ClosestPointOnLineSegment(CPoint2f(), CPoint2f(4, 0), t) == CPoint2f(1, 0) &&
-                t == 0.25f);
-    EXPECT_TRUE(CPoint2f(-5, -9).ClosestPointOnLineSegment(origin, p, t) == origin && t == 0.0f);
+    EXPECT_EQ(CPoint2f(1, 5).ClosestPointOnLineSegment(CPoint2f(), CPoint2f(4, 0), t), CPoint2f(1, 0));
+    EXPECT_EQ(t, 0.25f);
+    EXPECT_EQ(CPoint2f(-5, -9).ClosestPointOnLineSegment(origin, p, t), origin);
+    EXPECT_EQ(t, 0.0f);
     // p1 + (p2 - p1) rounds to (0, 0) here: the end itself must come back.
     EXPECT_EQ(CPoint2f(-5, 0).ClosestPointOnLineSegment(CPoint2f(3, 0), CPoint2f(1e-8f, 0), t), CPoint2f(1e-8f, 0));
     EXPECT_EQ(t, 1.0f);
@@ -88,21 +96,27 @@ TEST(Point2f, ClosestPoints) {
 TEST(Point2f, RectangleTestsAreClosed) {
     const CRect2f r(1, 2, 3, 4);
     for (int i = 0; i < 4; ++i) EXPECT_TRUE(r.GetCorner(i).IsIn(r)) << i;
-    EXPECT_FALSE(CPoint2f(std::nextafter(1.0f, 0.0f), 3).IsIn(r) || CPoint2f().IsIn(CRect2f::EmptyRect) ||
-                 CPoint2f().IsIn(CRect2f::EmptyRect, 10));
+    EXPECT_FALSE(CPoint2f(std::nextafter(1.0f, 0.0f), 3).IsIn(r));
+    EXPECT_FALSE(CPoint2f().IsIn(CRect2f::EmptyRect));
+    EXPECT_FALSE(CPoint2f().IsIn(CRect2f::EmptyRect, 10));
     EXPECT_TRUE(CPoint2f(0.5f, 3).IsIn(r, 0.5f));
-    EXPECT_TRUE(CPoint2f(7, -2).DistanceTo(r) == 5.0f && CPoint2f(-2, 10).DistanceTo(r) == 5.0f);
+    EXPECT_EQ(CPoint2f(7, -2).DistanceTo(r), 5.0f);
+    EXPECT_EQ(CPoint2f(-2, 10).DistanceTo(r), 5.0f);
 }
 
 TEST(Vector2f, IsZeroAndSetLengthGuardInDouble) {
     EXPECT_TRUE(CVector2f(0.0009f, -0.0009f).IsZero());
     CVector2f v(3, 4);
     CVector2f zero, tiny(1e-10f, 0), tinier(5e-11f, 0);
-    EXPECT_TRUE(v.SetLength(-10) && v == CVector2f(-6, -8));
-    EXPECT_TRUE(!zero.SetLength(1) && zero == CVector2f());
+    EXPECT_TRUE(v.SetLength(-10));
+    EXPECT_EQ(v, CVector2f(-6, -8));
+    EXPECT_TRUE(!zero.SetLength(1));
+    EXPECT_EQ(zero, CVector2f());
     // 1e-10f is just above 1e-10 in double, so this vector can still be scaled.
-    EXPECT_TRUE(tiny.SetLength(2) && std::fabs(tiny.x - 2.0f) < 1e-6f);
-    EXPECT_TRUE(!tinier.SetLength(2) && tinier.x == 5e-11f);
+    EXPECT_TRUE(tiny.SetLength(2));
+    EXPECT_TRUE(std::fabs(tiny.x - 2.0f) < 1e-6f);
+    EXPECT_TRUE(!tinier.SetLength(2));
+    EXPECT_TRUE(tinier.x == 5e-11f);
 
     {
         ToleranceGuard tol(0.125);
@@ -127,9 +141,9 @@ TEST(Line2f, CrossProductTestsAreStrictAgainstTheFloatTolerance) {
     ToleranceGuard tol(kTolAboveItsFloat);
     EXPECT_FALSE(AreParallel(CVector2f(1, 0), CVector2f(1, kF)));
     EXPECT_TRUE(AreParallel(CVector2f(1, 0), CVector2f(1, std::nextafter(kF, 0.0f))));
-    EXPECT_FALSE(IsOnLine(CPoint2f(3, kF), CPoint2f(), CVector2f(1, 0)) ||
-                 AreColinear(CPoint2f(0, kF), CVector2f(1, 0), CPoint2f(), CVector2f(1, 0)) ||
-                 AreColinear(CPoint2f(), CVector2f(1, kF), CPoint2f(), CVector2f(1, 0)));
+    EXPECT_FALSE(IsOnLine(CPoint2f(3, kF), CPoint2f(), CVector2f(1, 0)));
+    EXPECT_FALSE(AreColinear(CPoint2f(0, kF), CVector2f(1, 0), CPoint2f(), CVector2f(1, 0)));
+    EXPECT_FALSE(AreColinear(CPoint2f(), CVector2f(1, kF), CPoint2f(), CVector2f(1, 0)));
 }
 
 TEST(Line2f, IntersectLines) {
@@ -141,14 +155,14 @@ TEST(Line2f, IntersectLines) {
 TEST(Line2f, AnglesClampOnlyJustBeyondUnitDotProducts) {
     const CVector2f ex(1, 0), ey(0, 1);
     EXPECT_EQ(AngleBetween(ex, ex), 0.0);
-    EXPECT_TRUE(SignedAngleBetween(ex, ey) == -SignedAngleBetween(ey, ex) &&
-                std::fabs(SignedAngleBetween(ex, ey) - kPi / 2) < 1e-15);
+    EXPECT_EQ(SignedAngleBetween(ex, ey), -SignedAngleBetween(ey, ex));
+    EXPECT_TRUE(std::fabs(SignedAngleBetween(ex, ey) - kPi / 2) < 1e-15);
     EXPECT_DOUBLE_EQ(SignedAngleBetween(ex, CVector2f(-1, 0)), kPi);  // zero cross product: positive
     EXPECT_TRUE(std::isnan(AngleBetween(CVector2f(2, 0), CVector2f(2, 0))));
 
     const float band = EqualTolF;
-    EXPECT_TRUE(AngleBetween(ex, CVector2f(1 + band / 2, 0)) == 0.0 &&
-                std::isnan(AngleBetween(ex, CVector2f(1 + band, 0))));
+    EXPECT_EQ(AngleBetween(ex, CVector2f(1 + band / 2, 0)), 0.0);
+    EXPECT_TRUE(std::isnan(AngleBetween(ex, CVector2f(1 + band, 0))));
     ToleranceGuard tol(0.001, 0.25f);  // the band follows EqualTolF
     EXPECT_EQ(AngleBetween(ex, CVector2f(1.125f, 0)), 0.0);
 }

@@ -11,6 +11,13 @@ namespace g = velmor::geometry;
 using g::CUnitVector3d;
 using g::CVector3d;
 using P = g::CPoint3d;
+using g::MeetAtP1;
+using g::MeetAtP2;
+using g::MeetAtP3;
+using g::MeetAtP4;
+using g::MeetInsideP1P2;
+using g::MeetInsideP3P4;
+using g::NoMeeting;
 
 namespace {
 
@@ -71,11 +78,18 @@ TEST(CPoint3d, EqualsIsStrictAndSphericalWhileOrderIsInclusive) {
     EXPECT_TRUE(o.Equals(P(-0.124, 0, 0), 0.125));
     EXPECT_FALSE(o.Equals(P(0.1, 0.1, 0.1), 0.125));  // each axis within, the sphere not
     EXPECT_TRUE(o.Equals(P(0.0625, -0.0625, 0.0625), 0.125));
+    // The spherical test is strict too: offsets 3/1024 and 4/1024 lie exactly
+    // 5/1024 away (squares summed without rounding), each axis well within.
+    EXPECT_FALSE(o.Equals(P(0x3p-10, 0x4p-10, 0), 0x5p-10));
+    EXPECT_TRUE(o.Equals(P(0x3p-10, 0x4p-10, 0), 0x5p-10 + 0x1p-30));
 
     plenar_test::ToleranceGuard guard(0.125);
     const P b(0.125, -5, -5);
     // A difference of exactly EqualTol already orders but is not equal.
-    EXPECT_TRUE(o < b && b > o && !(o > b) && !o.Equals(b, g::EqualTol));
+    EXPECT_TRUE(o < b);
+    EXPECT_TRUE(b > o);
+    EXPECT_TRUE(!(o > b));
+    EXPECT_TRUE(!o.Equals(b, g::EqualTol));
     // Rows: the other point, then o < it and o > it. y decides, inclusive, before z.
     const struct {
         P q;
@@ -117,8 +131,12 @@ TEST(CPoint3d, DistancesAndMembership) {
 TEST(CPoint3d, ProjectionsGuardOnZ) {
     for (double z : {0.0, 5e-11, -9.9e-11}) {  // |z| below DivideByZeroTol: untouched
         P p(2, 4, z), q(2, 4, z);
-        EXPECT_FALSE(p.Project(10) || q.ProjectGL(10));
-        EXPECT_TRUE(p.x == 2 && q.x == 2 && p.z == z && q.z == z);
+        EXPECT_FALSE(p.Project(10));
+        EXPECT_FALSE(q.ProjectGL(10));
+        EXPECT_EQ(p.x, 2);
+        EXPECT_EQ(q.x, 2);
+        EXPECT_EQ(p.z, z);
+        EXPECT_EQ(q.z, z);
     }
     P p(2, 4, 5);
     EXPECT_TRUE(p.Project(10));  // s = 10 / (10 - 5)
@@ -128,7 +146,8 @@ TEST(CPoint3d, ProjectionsGuardOnZ) {
     ExpectXYZ(p, (-1.0 / 49) * 49, (-1.0 / 49) * 98, -1);
     p = P(1, 1, 1e-10);  // |z| of exactly DivideByZeroTol is not below it
     P q(1, 1, -1e-10);
-    EXPECT_TRUE(p.Project(1) && q.ProjectGL(1));
+    EXPECT_TRUE(p.Project(1));
+    EXPECT_TRUE(q.ProjectGL(1));
 }
 
 TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
@@ -144,7 +163,8 @@ TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
                              e[1] * e[2], e[1] * e[3], e[2] * e[2], e[2] * e[3]};
         for (int i = 0; i < 9; ++i) s[i] += v[i];
     }
-    EXPECT_TRUE(Solve(p, s) && p.Equals(P(1, 2, 3), 1e-12));
+    EXPECT_TRUE(Solve(p, s));
+    EXPECT_TRUE(p.Equals(P(1, 2, 3), 1e-12));
     // Both guards are strict: |aa| and |D| of exactly DivideByZeroTol still solve.
     EXPECT_TRUE(Solve(p, {1e-10, 0, 0, -1e-10, 1, 0, -2, 1, -3}));
     ExpectXYZ(p, 1, 2, 3);
@@ -163,54 +183,64 @@ TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
 TEST(CPoint3d, IntersectGeneralCase) {
     const double gap = 0x1p-12;
     Check({
-        {{0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}, 36, 0.5, 0.5, {1, 1, 0}},
-        {{0, 0, 0}, {4, 0, 0}, {1, -1, 0}, {1, 3, 0}, 36, 0.25, 0.25, {1, 0, 0}},
-        {{0, 0, 0}, {2, 0, 0}, {1, 1, 0}, {1, 0, 0}, 20, 0.5, 1, {1, 0, 0}},  // T junction
+        {{0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}, MeetInsideP1P2 | MeetInsideP3P4, 0.5, 0.5, {1, 1, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {1, -1, 0}, {1, 3, 0}, MeetInsideP1P2 | MeetInsideP3P4, 0.25, 0.25, {1, 0, 0}},
+        {{0, 0, 0}, {2, 0, 0}, {1, 1, 0}, {1, 0, 0}, MeetInsideP1P2 | MeetAtP4, 0.5, 1, {1, 0, 0}},  // T junction
         // Skew lines that pass apart, and ones that pass within EqualTol (midpoint).
-        {{0, 0, 0}, {2, 0, 0}, {1, -1, 1}, {1, 1, 1}, 0, -1, -1, kUnset},
-        {{0, 0, 0}, {2, 0, 0}, {1, -1, gap}, {1, 1, gap}, 36, 0.5, 0.5, {1, 0, gap / 2}},
+        {{0, 0, 0}, {2, 0, 0}, {1, -1, 1}, {1, 1, 1}, NoMeeting, -1, -1, kUnset},
+        {{0, 0, 0}, {2, 0, 0}, {1, -1, gap}, {1, 1, gap}, MeetInsideP1P2 | MeetInsideP3P4, 0.5, 0.5, {1, 0, gap / 2}},
         // Endpoint coincidence wins over the parameter range (t = 1.0005 > 1).
-        {{0, 0, 0}, {1, 0, 0}, {1.0005, -1, 0}, {1.0005, 1, 0}, 34, 1.0005, 0.5, {1.0005, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {1.002, -1, 0}, {1.002, 1, 0}, 0, -1, -1, kUnset},
-        {{0, 0, 0}, {1, 0, 0}, {0.5, 1, 0}, {0.5, 2, 0}, 0, -1, -1, kUnset},  // u = -1
+        {{0, 0, 0}, {1, 0, 0}, {1.0005, -1, 0}, {1.0005, 1, 0}, MeetAtP2 | MeetInsideP3P4, 1.0005, 0.5, {1.0005, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {1.002, -1, 0}, {1.002, 1, 0}, NoMeeting, -1, -1, kUnset},
+        {{0, 0, 0}, {1, 0, 0}, {0.5, 1, 0}, {0.5, 2, 0}, NoMeeting, -1, -1, kUnset},  // u = -1
         // A shallow crossing (sin^2 of the angle 1e-8) is a crossing, not parallel.
-        {{0, 0, 0}, {2, 0, 0}, {0, -1e-4, 0}, {2, 1e-4, 0}, 36, 0.5, 0.5, {1, 0, 0}, 1e-12},
+        {{0, 0, 0},
+         {2, 0, 0},
+         {0, -1e-4, 0},
+         {2, 1e-4, 0},
+         MeetInsideP1P2 | MeetInsideP3P4,
+         0.5,
+         0.5,
+         {1, 0, 0},
+         1e-12},
         // Shared endpoints.
-        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, 9, 0, 0, {0, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 0}, 17, 0, 1, {0, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {1, 1, 0}, 10, 1, 0, {1, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {1, 0, 0}, 18, 1, 1, {1, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, MeetAtP1 | MeetAtP3, 0, 0, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 0}, MeetAtP1 | MeetAtP4, 0, 1, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {1, 1, 0}, MeetAtP2 | MeetAtP3, 1, 0, {1, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {1, 0, 0}, MeetAtP2 | MeetAtP4, 1, 1, {1, 0, 0}},
         // Non-finite input finds nothing.
-        {{kNaN, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, 0, -1, -1, kUnset},
-        {{0, 0, 0}, {1, 0, 0}, {0, kNaN, 0}, {0, kNaN, 0}, 0, -1, -1, kUnset},
+        {{kNaN, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, NoMeeting, -1, -1, kUnset},
+        {{0, 0, 0}, {1, 0, 0}, {0, kNaN, 0}, {0, kNaN, 0}, NoMeeting, -1, -1, kUnset},
     });
     // The overload without parameters answers whether the classifier found anything.
     P at(7, 7, 7);
-    EXPECT_TRUE(at.Intersect({0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}) && at.Equals({1, 1, 0}, 1e-12));
-    EXPECT_FALSE(at.Intersect({0, 0, 0}, {2, 0, 0}, {1, -1, 1}, {1, 1, 1}) || !at.Equals({1, 1, 0}, 1e-12));
+    EXPECT_TRUE(at.Intersect({0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}));
+    EXPECT_TRUE(at.Equals({1, 1, 0}, 1e-12));
+    EXPECT_FALSE(at.Intersect({0, 0, 0}, {2, 0, 0}, {1, -1, 1}, {1, 1, 1}));
+    EXPECT_TRUE(at.Equals({1, 1, 0}, 1e-12));
 }
 
 TEST(CPoint3d, IntersectCollinearReportsOnePointInteriorFirst) {
     const double off = 0x1p-20;  // within the relative collinearity test
     Check({
-        {{0, 0, 0}, {4, 0, 0}, {1, 0, 0}, {6, 0, 0}, 12, 0.25, 0, {1, 0, 0}},
-        {{0, 0, 0}, {4, 0, 0}, {6, 0, 0}, {1, 0, 0}, 20, 0.25, 1, {1, 0, 0}},
-        {{1, 0, 0}, {2, 0, 0}, {0, 0, 0}, {4, 0, 0}, 33, 0, 0.25, {1, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {4, 0, 0}, 34, 1, 0.25, {1, 0, 0}},  // beats p1 = p3
+        {{0, 0, 0}, {4, 0, 0}, {1, 0, 0}, {6, 0, 0}, MeetInsideP1P2 | MeetAtP3, 0.25, 0, {1, 0, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {6, 0, 0}, {1, 0, 0}, MeetInsideP1P2 | MeetAtP4, 0.25, 1, {1, 0, 0}},
+        {{1, 0, 0}, {2, 0, 0}, {0, 0, 0}, {4, 0, 0}, MeetAtP1 | MeetInsideP3P4, 0, 0.25, {1, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {4, 0, 0}, MeetAtP2 | MeetInsideP3P4, 1, 0.25, {1, 0, 0}},  // beats p1 = p3
         // The written point is the midpoint of the endpoint and its foot.
-        {{0, 0, 0}, {4, 0, 0}, {1, off, 0}, {6, off, 0}, 12, 0.25, 0, {1, off / 2, 0}},
-        {{0, 0, 0}, {4, 0, 0}, {6, off, 0}, {1, off, 0}, 20, 0.25, 1, {1, off / 2, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {1, off, 0}, {6, off, 0}, MeetInsideP1P2 | MeetAtP3, 0.25, 0, {1, off / 2, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {6, off, 0}, {1, off, 0}, MeetInsideP1P2 | MeetAtP4, 0.25, 1, {1, off / 2, 0}},
         // Touching end to end, identical, and disjoint.
-        {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {2, 0, 0}, 10, 1, 0, {1, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {-1, 0, 0}, 9, 0, 0, {0, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {-1, 0, 0}, {0, 0, 0}, 17, 0, 1, {0, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}, 18, 1, 1, {1, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {1, 0, 0}, 9, 0, 0, {0, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {0, 0, 0}, 17, 0, 1, {0, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0}, 0, -1, -1, kUnset},
+        {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {2, 0, 0}, MeetAtP2 | MeetAtP3, 1, 0, {1, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {-1, 0, 0}, MeetAtP1 | MeetAtP3, 0, 0, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {-1, 0, 0}, {0, 0, 0}, MeetAtP1 | MeetAtP4, 0, 1, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}, MeetAtP2 | MeetAtP4, 1, 1, {1, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {1, 0, 0}, MeetAtP1 | MeetAtP3, 0, 0, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {0, 0, 0}, MeetAtP1 | MeetAtP4, 0, 1, {0, 0, 0}},
+        {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0}, NoMeeting, -1, -1, kUnset},
         // Parallel and apart, even by less than EqualTol: the test is relative.
-        {{0, 0, 0}, {4, 0, 0}, {1, 0.0001, 0}, {6, 0.0001, 0}, 0, -1, -1, kUnset},
-        {{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {2, 1, 0}, 0, -1, -1, kUnset},
+        {{0, 0, 0}, {4, 0, 0}, {1, 0.0001, 0}, {6, 0.0001, 0}, NoMeeting, -1, -1, kUnset},
+        {{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {2, 1, 0}, NoMeeting, -1, -1, kUnset},
     });
 }
 
@@ -221,31 +251,39 @@ TEST(CPoint3d, IntersectPointLikeSegments) {
     const P o(0, 0, 0), e(0.001, 0, 0), s(std::nextafter(0.001, 0.0), 0, 0);
     const P q3(0.0005, -1, 0), q4(0.0005, 1, 0), mid(0.0005, 0, 0);
     Check({
-        {o, e, q3, q4, 33, 0.5, 0.5, mid, 1e-12},
-        {o, s, q3, q4, 33, 0, 0.5, mid, 1e-12},
-        {q3, q4, o, e, 12, 0.5, 0.5, mid, 1e-12},
-        {q3, q4, o, s, 12, 0.5, 0, mid, 1e-12},
+        {o, e, q3, q4, MeetAtP1 | MeetInsideP3P4, 0.5, 0.5, mid, 1e-12},
+        {o, s, q3, q4, MeetAtP1 | MeetInsideP3P4, 0, 0.5, mid, 1e-12},
+        {q3, q4, o, e, MeetInsideP1P2 | MeetAtP3, 0.5, 0.5, mid, 1e-12},
+        {q3, q4, o, s, MeetInsideP1P2 | MeetAtP3, 0.5, 0, mid, 1e-12},
     });
     Check({
         // Both point-like.
-        {{0, 0, 0}, {0, 0, 0}, {0.0004, 0, 0}, {0.0004, 0, 0}, 9, 0, 0, {0.0002, 0, 0}},
-        {{0, 0, 0}, {0, 0, 0}, {0.002, 0, 0}, {0.002, 0, 0}, 0, -1, -1, kUnset},
+        {{0, 0, 0}, {0, 0, 0}, {0.0004, 0, 0}, {0.0004, 0, 0}, MeetAtP1 | MeetAtP3, 0, 0, {0.0002, 0, 0}},
+        {{0, 0, 0}, {0, 0, 0}, {0.002, 0, 0}, {0.002, 0, 0}, NoMeeting, -1, -1, kUnset},
         // p1-p2 point-like: at p3, at p4, inside p3-p4 (midpoint with the foot), off.
-        {{1, 0, 0}, {1, 0, 0}, {1, 0, 0}, {3, 0, 0}, 9, 0, 0, {1, 0, 0}},
-        {{1, 0, 0}, {1, 0, 0}, {-1, 0, 0}, {1, 0, 0}, 17, 0, 1, {1, 0, 0}},
-        {{1, 0, 0}, {1, 0, 0}, {0, 0.0005, 0}, {4, 0.0005, 0}, 33, 0, 0.25, {1, 0.00025, 0}},
-        {{1, 0, 0}, {1, 0, 0}, {0, 1, 0}, {4, 1, 0}, 0, -1, -1, kUnset},
+        {{1, 0, 0}, {1, 0, 0}, {1, 0, 0}, {3, 0, 0}, MeetAtP1 | MeetAtP3, 0, 0, {1, 0, 0}},
+        {{1, 0, 0}, {1, 0, 0}, {-1, 0, 0}, {1, 0, 0}, MeetAtP1 | MeetAtP4, 0, 1, {1, 0, 0}},
+        {{1, 0, 0}, {1, 0, 0}, {0, 0.0005, 0}, {4, 0.0005, 0}, MeetAtP1 | MeetInsideP3P4, 0, 0.25, {1, 0.00025, 0}},
+        {{1, 0, 0}, {1, 0, 0}, {0, 1, 0}, {4, 1, 0}, NoMeeting, -1, -1, kUnset},
         // p3-p4 point-like: at p1, at p2, inside p1-p2, off the line, beyond p2.
-        {{0, 0, 0}, {4, 0, 0}, {0, 0, 0}, {0, 0, 0}, 9, 0, 0, {0, 0, 0}},
-        {{0, 0, 0}, {4, 0, 0}, {4, 0, 0}, {4, 0, 0}, 10, 1, 0, {4, 0, 0}},
-        {{0, 0, 0}, {4, 0, 0}, {1, 0.0005, 0}, {1, 0.0005, 0}, 12, 0.25, 0, {1, 0.00025, 0}},
-        {{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {1, 1, 0}, 0, -1, -1, kUnset},
-        {{0, 0, 0}, {4, 0, 0}, {5, 0, 0}, {5, 0, 0}, 0, -1, -1, kUnset},
+        {{0, 0, 0}, {4, 0, 0}, {0, 0, 0}, {0, 0, 0}, MeetAtP1 | MeetAtP3, 0, 0, {0, 0, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {4, 0, 0}, {4, 0, 0}, MeetAtP2 | MeetAtP3, 1, 0, {4, 0, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {1, 0.0005, 0}, {1, 0.0005, 0}, MeetInsideP1P2 | MeetAtP3, 0.25, 0, {1, 0.00025, 0}},
+        {{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {1, 1, 0}, NoMeeting, -1, -1, kUnset},
+        {{0, 0, 0}, {4, 0, 0}, {5, 0, 0}, {5, 0, 0}, NoMeeting, -1, -1, kUnset},
     });
     // A short piece stands for its middle: (1.00045) matches p3 = 1.0013 although
     // p1 itself does not; (1.0003) sits at t = 0.250075.
     Check({
-        {{1, 0, 0}, {1.0009, 0, 0}, {1.0013, 0, 0}, {3, 0, 0}, 9, 0, 0, {1.000875, 0, 0}, 1e-12},
-        {{0, 0, 0}, {4, 0, 0}, {1, 0, 0}, {1.0006, 0, 0}, 12, 0.250075, 0, {1.0003, 0, 0}, 1e-12},
+        {{1, 0, 0}, {1.0009, 0, 0}, {1.0013, 0, 0}, {3, 0, 0}, MeetAtP1 | MeetAtP3, 0, 0, {1.000875, 0, 0}, 1e-12},
+        {{0, 0, 0},
+         {4, 0, 0},
+         {1, 0, 0},
+         {1.0006, 0, 0},
+         MeetInsideP1P2 | MeetAtP3,
+         0.250075,
+         0,
+         {1.0003, 0, 0},
+         1e-12},
     });
 }

@@ -2,6 +2,8 @@
 
 #include <geometry/transformation.h>
 
+#include "support/predicates.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -12,6 +14,7 @@
 #include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
+using namespace plenar_test;
 using P = CPoint3d;
 using Indices = std::vector<long>;
 
@@ -22,8 +25,6 @@ CPolygonMesh Triangle() {
     for (const P& p : {P(0, 0, 0), P(1, 0, 0), P(0, 1, 0)}) m.InsertPoint(p);
     return m;
 }
-
-bool Same(const P& a, const P& b) { return a.x == b.x && a.y == b.y && a.z == b.z; }
 
 }  // namespace
 
@@ -37,7 +38,7 @@ TEST(PolygonMesh, WeldingTakesTheFirstMatchWithinEqualTol) {
     EXPECT_EQ(m.InsertPoint(P(0.001, 0, 0)), 3);      // exactly EqualTol from both: strict, so new
     EXPECT_EQ(m.InsertPoint(P(0.0015, 0, 0)), 2);     // within reach of 2 and 3: the earlier wins
     EXPECT_EQ(m.FindPoint(P(0, 0.0009, 0.0009)), 0);  // each axis within, the distance not
-    EXPECT_TRUE(m.points.size() == 3 && Same(m.points[0], P(0, 0, 0)));
+    EXPECT_TRUE(m.points.size() == 3 && SameXyz(m.points[0], P(0, 0, 0)));
     plenar_test::ToleranceGuard wide(0.01);  // read at call time
     EXPECT_EQ(m.FindPoint(P(0.009, 0, 0)), 1);
 }
@@ -49,7 +50,7 @@ TEST(PolygonMesh, AddPolygonFromIndicesKeepsItsPartialStateOnRefusal) {
     EXPECT_TRUE(m.polygonStarts.empty() && m.polygonIndices.empty());
     EXPECT_EQ(m.AddPolygon(3, signedTri), 1);
     EXPECT_EQ(m.GetPolygonPointIndex(1, 2), -2);
-    EXPECT_TRUE(Same(m.GetPolygonPoint(1, 2), P(1, 0, 0)) && Same(m.GetPoint(-3), P(0, 1, 0)));
+    EXPECT_TRUE(SameXyz(m.GetPolygonPoint(1, 2), P(1, 0, 0)) && SameXyz(m.GetPoint(-3), P(0, 1, 0)));
     // A bad third corner: the start and the two corners before it stay.
     for (long bad : {0L, 4L, -4L, LONG_MAX, LONG_MIN}) {
         CPolygonMesh t = Triangle();
@@ -89,14 +90,14 @@ TEST(PolygonMesh, AttributeGettersCheckRangeAndNormalFlagWhileSettersAppend) {
     EXPECT_TRUE(m.GetNormal(1) == n && m.GetNormal(-1) == n);
     for (long i : {0L, 2L, -2L, LONG_MIN}) EXPECT_FALSE(m.GetNormal(i).IsValid()) << i;
     m.SetUVFront(7, uv);  // empty, flag unset: appends, and the getter does not ask
-    EXPECT_TRUE(Same(m.GetUVFront(1), uv) && Same(m.GetUVFront(-1), uv));
+    EXPECT_TRUE(SameXyz(m.GetUVFront(1), uv) && SameXyz(m.GetUVFront(-1), uv));
     m.SetUVFront(-1, uv2);
     m.SetUVFront(0, uv);
     m.SetUVFront(LONG_MIN, uv);
-    EXPECT_TRUE(m.uvFront.size() == 3 && Same(m.GetUVFront(1), uv2) && Same(m.GetUVFront(3), uv));
-    for (long i : {0L, 4L, LONG_MIN}) EXPECT_TRUE(Same(m.GetUVFront(i), zero)) << i;
+    EXPECT_TRUE(m.uvFront.size() == 3 && SameXyz(m.GetUVFront(1), uv2) && SameXyz(m.GetUVFront(3), uv));
+    for (long i : {0L, 4L, LONG_MIN}) EXPECT_TRUE(SameXyz(m.GetUVFront(i), zero)) << i;
     m.SetUVBack(2, uv);
-    EXPECT_TRUE(Same(m.GetUVBack(-1), uv) && Same(m.GetUVBack(2), zero));
+    EXPECT_TRUE(SameXyz(m.GetUVBack(-1), uv) && SameXyz(m.GetUVBack(2), zero));
 
     // One zero entry per future point in each kept attribute; points only reserved.
     CPolygonMesh r(1 | 4);
@@ -104,7 +105,7 @@ TEST(PolygonMesh, AttributeGettersCheckRangeAndNormalFlagWhileSettersAppend) {
     r.ReserveSpace(-3, -1);
     EXPECT_TRUE(r.points.empty() && r.points.capacity() >= 5 && r.polygonIndices.capacity() >= 6);
     EXPECT_TRUE(r.uvFront.size() == 5 && r.uvBack.empty() && r.normals.size() == 5);
-    EXPECT_TRUE(Same(r.uvFront[4], zero) && !r.normals[4].IsValid());
+    EXPECT_TRUE(SameXyz(r.uvFront[4], zero) && !r.normals[4].IsValid());
     r.SetNormal(5, n);  // overwrites the reserved entry
     EXPECT_TRUE(r.GetNormal(5) == n && r.normals.size() == 5);
 }
@@ -116,7 +117,7 @@ TEST(PolygonMesh, TransformCarriesNormalsAsPlanesAndLeavesTextureCoordinates) {
     m.SetNormal(2, CUnitVector3d());
     m.SetUVFront(1, P(0.5, 0.25, 0));
     m.Transform(CTransformation::Scale(2, 1, 1));
-    EXPECT_TRUE(Same(m.points[0], P(2, 1, 1)) && Same(m.uvFront[0], P(0.5, 0.25, 0)));
+    EXPECT_TRUE(SameXyz(m.points[0], P(2, 1, 1)) && SameXyz(m.uvFront[0], P(0.5, 0.25, 0)));
     // (1, 2, 0)/sqrt(5) by the plane rule; as a vector it would be (2, 1, 0)/sqrt(5).
     EXPECT_NEAR(m.normals[0].x, 1 / std::sqrt(5.0), 1e-15);
     EXPECT_NEAR(m.normals[0].y, 2 / std::sqrt(5.0), 1e-15);

@@ -1,9 +1,10 @@
 #include <geometry/quaternion.h>
 
+#include "support/random.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 using velmor::geometry::CUnitVector3d;
 using velmor::geometry::CVector3d;
@@ -79,8 +80,8 @@ TEST(Quaternion, FromMatrixTakesEachBranchWithStrictTies) {
 }
 
 TEST(Quaternion, MatrixRoundTripKeepsRandomRotations) {
-    std::mt19937_64 rng(20240611);
-    std::uniform_real_distribution<double> unit(-1.0, 1.0);
+    plenar_test::SplitMix64 rng(20240611);
+    plenar_test::UniformReal unit(-1.0, 1.0);
     int nonTrace = 0;
     for (int i = 0; i < 2000; ++i) {
         const CUnitVector3d u(unit(rng), unit(rng), unit(rng));

@@ -21,16 +21,20 @@ const float kAbove2 = std::nextafter(2.0f, 3.0f);
 }  // namespace
 
 TEST(Rect2f, EmptinessIsDecidedByTheWidthAlone) {
-    EXPECT_TRUE(Fields(CRect2f()) == (F{0, 0, -1, -1}) && Fields(CRect2f::EmptyRect) == (F{0, 0, -1, -1}));
+    EXPECT_EQ(Fields(CRect2f()), (F{0, 0, -1, -1}));
+    EXPECT_EQ(Fields(CRect2f::EmptyRect), (F{0, 0, -1, -1}));
     CRect2f flipped(0, 0, 3, -4);  // negative height only: not empty
-    EXPECT_TRUE(!flipped.IsEmpty() && flipped.Diagonal() == 5.0f);
+    EXPECT_TRUE(!flipped.IsEmpty());
+    EXPECT_EQ(flipped.Diagonal(), 5.0f);
     EXPECT_EQ(Fields(flipped.Union(CRect2f(10, 10, 1, 1))), (F{0, 0, 11, 11}));
 
     CRect2f empty(7, 7, -0.5f, 4);
-    EXPECT_TRUE(empty.Diagonal() == 0.0f && !empty.Contains(CPoint2f(7, 8), 5));
+    EXPECT_EQ(empty.Diagonal(), 0.0f);
+    EXPECT_TRUE(!empty.Contains(CPoint2f(7, 8), 5));
     EXPECT_EQ(Fields(empty.Union(CRect2f(1, 1, 1, 1))), (F{1, 1, 1, 1}));
     empty += CPoint2f(2, 3);
-    EXPECT_TRUE(Fields(empty) == (F{2, 3, 0, 0}) && empty.Contains(CPoint2f(2, 3)));  // zero width is not empty
+    EXPECT_EQ(Fields(empty), (F{2, 3, 0, 0}));
+    EXPECT_TRUE(empty.Contains(CPoint2f(2, 3)));  // zero width is not empty
     empty += CPoint2f(1, 5);
     EXPECT_EQ(Fields(empty), Fields(CRect2f(CPoint2f(2, 3), CPoint2f(1, 5))));
 }
@@ -43,12 +47,14 @@ TEST(Rect2f, ArithmeticEqualityAndGrowing) {
     g += CRect2f(5, 5, -1, 3);  // empty: no change
     g += CRect2f(-1, 0.5f, 1, 2);
     e += CRect2f(2, 3, 0, 1);
-    EXPECT_TRUE(Fields(g) == (F{-1, 0, 2, 2.5f}) && Fields(e) == (F{2, 3, 0, 1}));
+    EXPECT_EQ(Fields(g), (F{-1, 0, 2, 2.5f}));
+    EXPECT_EQ(Fields(e), (F{2, 3, 0, 1}));
     const CRect2f odd(9, 9, -2, -2);  // Union of two empties is the argument
     EXPECT_EQ(Fields(odd.Union(CRect2f::EmptyRect)), Fields(CRect2f::EmptyRect));
     EXPECT_EQ(Fields(CRect2f::EmptyRect.Union(odd)), Fields(odd));
     ToleranceGuard tol(0.125);
-    EXPECT_TRUE(r == CRect2f(1.125f, 1.875f, 3.125f, 3.875f) && CRect2f::EmptyRect != odd);
+    EXPECT_EQ(r, CRect2f(1.125f, 1.875f, 3.125f, 3.875f));
+    EXPECT_NE(CRect2f::EmptyRect, odd);
     EXPECT_TRUE(r != CRect2f(1, 2, 3, std::nextafter(4.125f, 5.0f)));
 }
 
@@ -57,12 +63,15 @@ TEST(Rect2f, CornersMasksAndSides) {
     const CPoint2f corners[4] = {CPoint2f(1, 2), CPoint2f(5, 2), CPoint2f(5, 8), CPoint2f(1, 8)};
     const unsigned int masks[4] = {5, 6, 10, 9};
     for (int i = 0; i < 4; ++i) {
-        EXPECT_TRUE(r.GetCorner(i) == corners[i] && r.GetMaskForCorner(i) == masks[i] &&
-                    r.GetPointFromMask(masks[i]) == corners[i])
-            << i;
+        EXPECT_EQ(r.GetCorner(i), corners[i]) << i;
+        EXPECT_EQ(r.GetMaskForCorner(i), masks[i]) << i;
+        EXPECT_EQ(r.GetPointFromMask(masks[i]), corners[i]) << i;
     }
-    EXPECT_TRUE(r.GetCorner(-1) == corners[0] && r.GetMaskForCorner(4) == 48u && r.GetMaskForCorner(-1) == 48u);
-    EXPECT_TRUE(r.GetPointFromMask(48) == r.Center() && r.GetPointFromMask(16 | 8) == CPoint2f(3, 8));
+    EXPECT_EQ(r.GetCorner(-1), corners[0]);
+    EXPECT_EQ(r.GetMaskForCorner(4), 48u);
+    EXPECT_EQ(r.GetMaskForCorner(-1), 48u);
+    EXPECT_EQ(r.GetPointFromMask(48), r.Center());
+    EXPECT_EQ(r.GetPointFromMask(16 | 8), CPoint2f(3, 8));
     EXPECT_EQ(r.GetPointFromMask(2 | 16 | 8 | 32), corners[2]);  // a side wins over the centre
     EXPECT_EQ((F{r.Side(1), r.Side(2), r.Side(4), r.Side(8), r.Side(3)}), (F{1, 5, 2, 8, 0}));
 }
@@ -71,12 +80,14 @@ TEST(Rect2f, ContainmentAndOverlapAreClosed) {
     const CRect2f r(0, 0, 2, 1);
     for (int i = 0; i < 4; ++i) EXPECT_TRUE(r.Contains(r.GetCorner(i))) << i;
     EXPECT_FALSE(r.Contains(CPoint2f(kAbove2, 0.5f)));
-    EXPECT_TRUE(r.Contains(CPoint2f(-0.5f, 1.5f), 0.5f) &&
-                !r.Contains(CPoint2f(std::nextafter(-0.5f, -1.0f), 1), 0.5f));
+    EXPECT_TRUE(r.Contains(CPoint2f(-0.5f, 1.5f), 0.5f));
+    EXPECT_TRUE(!r.Contains(CPoint2f(std::nextafter(-0.5f, -1.0f), 1), 0.5f));
     EXPECT_FALSE(CRect2f::EmptyRect.Contains(CPoint2f(), 100));
-    EXPECT_TRUE(r.Contains(CRect2f(1, 0, 1, 1)) && !r.Contains(CRect2f(1, 0, 1.5f, 1)));
-    EXPECT_TRUE(r.Intersects(CRect2f(2, 1, 1, 1)) && !r.Intersects(CRect2f(kAbove2, 0, 1, 1)));  // a shared corner
-    EXPECT_TRUE(CRect2f::EmptyRect.Intersects(CRect2f(-2, -2, 4, 4)));                           // no empty check
+    EXPECT_TRUE(r.Contains(CRect2f(1, 0, 1, 1)));
+    EXPECT_TRUE(!r.Contains(CRect2f(1, 0, 1.5f, 1)));
+    EXPECT_TRUE(r.Intersects(CRect2f(2, 1, 1, 1)));
+    EXPECT_TRUE(!r.Intersects(CRect2f(kAbove2, 0, 1, 1)));              // a shared corner
+    EXPECT_TRUE(CRect2f::EmptyRect.Intersects(CRect2f(-2, -2, 4, 4)));  // no empty check
 }
 
 TEST(Rect2f, SegmentTestUsesOutcodesAndSlack) {
@@ -104,7 +115,8 @@ TEST(Rect2f, IntersectionOfTouchingRectanglesIsZeroAreaNotEmpty) {
     EXPECT_EQ(Fields(r.Intersection(CRect2f(2, 0.5f, 1, 1))), (F{2, 0.5f, 0, 1}));
     EXPECT_EQ(Fields(r.Intersection(CRect2f(-1, -3, 1, 3))), (F{0, 0, 0, 0}));
     EXPECT_EQ(Fields(r.Intersection(CRect2f(kAbove2, 0, 1, 1))), Fields(CRect2f::EmptyRect));
-    EXPECT_TRUE(Fields(e1.Intersection(e2)) == Fields(e1) && Fields(r.Intersection(e2)) == Fields(e2));  // as they are
+    EXPECT_EQ(Fields(e1.Intersection(e2)), Fields(e1));
+    EXPECT_EQ(Fields(r.Intersection(e2)), Fields(e2));  // as they are
 }
 
 TEST(Rect2f, ExpandAndRelativeCoordinates) {
@@ -114,7 +126,8 @@ TEST(Rect2f, ExpandAndRelativeCoordinates) {
     r.Expand(-0.5f);
     e.ExpandToIntegralValues();
     e.Expand(3);
-    EXPECT_TRUE(Fields(r) == (F{0.5f, -1.5f, 1, 1}) && Fields(e) == Fields(CRect2f::EmptyRect));
+    EXPECT_EQ(Fields(r), (F{0.5f, -1.5f, 1, 1}));
+    EXPECT_EQ(Fields(e), Fields(CRect2f::EmptyRect));
     const CRect2f q(2, 4, 4, 8);
     EXPECT_EQ(q.RelativeCoordinates(CPoint2f(0, 16)), CPoint2f(-0.5f, 1.5f));
     EXPECT_EQ(q.AbsoluteCoordinates(CPoint2f(-0.5f, 1.5f)), CPoint2f(0, 16));

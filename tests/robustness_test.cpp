@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "support/random.h"
 #include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
@@ -18,40 +19,23 @@ namespace {
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const double kInf = std::numeric_limits<double>::infinity();
 
-// A private generator so the inputs are the same on every platform.
-class SplitMix {
-public:
-    explicit SplitMix(std::uint64_t seed) : s_(seed) {}
-    std::uint64_t Next() {
-        std::uint64_t z = (s_ += 0x9E3779B97F4A7C15ull);
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-        return z ^ (z >> 31);
+// Coordinates that stress the segment clipping: ordinary values, values on a
+// coarse grid (on faces and edges), values a tolerance step off a face, and
+// large magnitudes where rounding overshoots a face.
+double Coord(plenar_test::SplitMix64& rng) {
+    switch (rng.Int(0, 5)) {
+        case 0:
+            return static_cast<double>(rng.Int(-4, 4)) * 0.5;
+        case 1:
+            return static_cast<double>(rng.Int(-4, 4)) * 0.5 + (rng.Unit() - 0.5) * 0.004;
+        case 2:
+            return (rng.Unit() - 0.5) * 4e4;
+        case 3:
+            return (rng.Unit() - 0.5) * 2e15;
+        default:
+            return (rng.Unit() - 0.5) * 8.0;
     }
-    double Unit() { return static_cast<double>(Next() >> 11) * 0x1.0p-53; }
-    int Int(int lo, int hi) { return lo + static_cast<int>(Next() % static_cast<std::uint64_t>(hi - lo + 1)); }
-
-    // Coordinates that stress the segment clipping: ordinary values, values on a
-    // coarse grid (on faces and edges), values a tolerance step off a face, and
-    // large magnitudes where rounding overshoots a face.
-    double Coord() {
-        switch (Int(0, 5)) {
-            case 0:
-                return static_cast<double>(Int(-4, 4)) * 0.5;
-            case 1:
-                return static_cast<double>(Int(-4, 4)) * 0.5 + (Unit() - 0.5) * 0.004;
-            case 2:
-                return (Unit() - 0.5) * 4e4;
-            case 3:
-                return (Unit() - 0.5) * 2e15;
-            default:
-                return (Unit() - 0.5) * 8.0;
-        }
-    }
-
-private:
-    std::uint64_t s_;
-};
+}
 
 // The segment-against-box clipping with no limit on its passes (up to a budget far
 // beyond anything that settles), reporting how many passes it took.
@@ -101,17 +85,17 @@ TEST(Guards, BoxSegmentPassLimitNeverDecidesFiniteInput) {
     // The clipping settles within the six passes the library allows for every
     // finite box and segment at the ordinary tolerance and at much larger and
     // smaller ones, so the limit never changes an answer.
-    SplitMix rng(0xB0C5);
+    plenar_test::SplitMix64 rng(0xB0C5);
     int maxPasses = 0;
     int hits = 0;
     for (const double tol : {0.001, 0.25, 1e-9}) {
         plenar_test::ToleranceGuard guard(tol);
         for (int i = 0; i < 60000; ++i) {
-            const double x0 = rng.Coord(), y0 = rng.Coord(), z0 = rng.Coord();
-            const CBoundingBox3d box(CRange(x0, x0 + std::fabs(rng.Coord())), CRange(y0, y0 + std::fabs(rng.Coord())),
-                                     CRange(z0, z0 + std::fabs(rng.Coord())));
-            const CPoint3d a(rng.Coord(), rng.Coord(), rng.Coord());
-            const CPoint3d b(rng.Coord(), rng.Coord(), rng.Coord());
+            const double x0 = Coord(rng), y0 = Coord(rng), z0 = Coord(rng);
+            const CBoundingBox3d box(CRange(x0, x0 + std::fabs(Coord(rng))), CRange(y0, y0 + std::fabs(Coord(rng))),
+                                     CRange(z0, z0 + std::fabs(Coord(rng))));
+            const CPoint3d a(Coord(rng), Coord(rng), Coord(rng));
+            const CPoint3d b(Coord(rng), Coord(rng), Coord(rng));
             int passes = 0;
             const bool expected = UnlimitedSegmentTest(box, a, b, passes);
             ASSERT_EQ(box.Intersects(a, b), expected) << i << " tol " << tol;

@@ -1,13 +1,16 @@
 #include <geometry/transformation.h>
 
+#include "support/predicates.h"
+#include "support/random.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <initializer_list>
-#include <random>
 
 #include "support/tolerance_guard.h"
 
+using namespace plenar_test;
 using velmor::geometry::CPoint3d;
 using velmor::geometry::CTransformation;
 using velmor::geometry::CUnitVector3d;
@@ -22,11 +25,6 @@ const CPoint3d O(0, 0, 0);
 const CUnitVector3d ZAxis(0, 0, 1);
 const double Tol10 = std::ldexp(1.0, -10);  // a tolerance exact in binary
 
-void ExpectNear(const CPoint3d& p, const CPoint3d& e, double tol = 1e-12) {
-    EXPECT_NEAR(p.x, e.x, tol);
-    EXPECT_NEAR(p.y, e.y, tol);
-    EXPECT_NEAR(p.z, e.z, tol);
-}
 CPoint3d P(const CVector3d& v) { return {v.x, v.y, v.z}; }
 CPoint3d Col(const T& t, int j) { return {t.matrix[j], t.matrix[3 + j], t.matrix[6 + j]}; }
 
@@ -54,8 +52,8 @@ T After(bool identity, bool orthogonal, Op op) {
 
 // A random placement with a uniform scale of either sign; general ones add a
 // non-uniform scale and a second rotation, so that the 3x3 part is no rotation.
-T RandomPlacement(std::mt19937_64& rng, bool general) {
-    std::uniform_real_distribution<double> u(-1.0, 1.0);
+T RandomPlacement(plenar_test::SplitMix64& rng, bool general) {
+    plenar_test::UniformReal u(-1.0, 1.0);
     T t = T::Translate(CVector3d(10 * u(rng), 10 * u(rng), 10 * u(rng))) *
           T::Rotate(CPoint3d(u(rng), u(rng), u(rng)), CUnitVector3d(u(rng), u(rng), u(rng)), 4 * u(rng)) *
           T::Scale((u(rng) < 0 ? -1 : 1) * (0.25 + 2 * std::fabs(u(rng))));
@@ -127,16 +125,16 @@ TEST(CTransformation, ConstructionPlacesAxesAsColumns) {
               CPoint3d(1, 2, 3));
     const double rows[9] = {0, -1, 0, 1, 0, 0, 0, 0, 2};
     for (int i = 0; i < 9; ++i) EXPECT_EQ(f.matrix[i], rows[i]) << i;
-    ExpectNear(f * CPoint3d(1, 0, 0), {1, 3, 3});
+    EXPECT_TRUE(NearXyz(f * CPoint3d(1, 0, 0), CPoint3d(1, 3, 3), 1e-12));
     const T g(CPoint3d(4, 5, 6), CUnitVector3d(1, 0, 0));  // X and Y from GetArbitraryAxes
-    ExpectNear(Col(g, 0), {0, 1, 0}, 0);
-    ExpectNear(Col(g, 2), {1, 0, 0}, 0);
+    EXPECT_TRUE(NearXyz(Col(g, 0), CPoint3d(0, 1, 0), 0));
+    EXPECT_TRUE(NearXyz(Col(g, 2), CPoint3d(1, 0, 0), 0));
 
     // Right-hand rule; the axis line through p stays fixed; scaling about a point.
     const T about = T::Rotate(CPoint3d(1, 0, 0), ZAxis, Pi / 2);
-    ExpectNear(about * CPoint3d(1, 0, 5), {1, 0, 5});
-    ExpectNear(about * CPoint3d(2, 0, 0), {1, 1, 0});
-    ExpectNear(T::Scale(CPoint3d(1, 1, 1), 2, 3, 4) * CPoint3d(2, 2, 2), {3, 4, 5});
+    EXPECT_TRUE(NearXyz(about * CPoint3d(1, 0, 5), CPoint3d(1, 0, 5), 1e-12));
+    EXPECT_TRUE(NearXyz(about * CPoint3d(2, 0, 0), CPoint3d(1, 1, 0), 1e-12));
+    EXPECT_TRUE(NearXyz(T::Scale(CPoint3d(1, 1, 1), 2, 3, 4) * CPoint3d(2, 2, 2), CPoint3d(3, 4, 5), 1e-12));
 
     // An identity-flagged object is trusted to hold the unit matrix and scale:
     // Translation(p) and Scaling skip their reset, Translation(v) does not.
@@ -155,8 +153,9 @@ TEST(CTransformation, ConstructionPlacesAxesAsColumns) {
 TEST(CTransformation, MatrixExchangeIsColumnMajorAndRoundTrips) {
     const double m[16] = {1, 2, 3, 7, 4, 5, 6, 11, 7.5, 8, 9, 13, 10, 11, 12, 3};
     T t(m);
-    ExpectNear(Col(t, 2), {7.5, 8, 9}, 0);
-    EXPECT_TRUE(t.translation[0] == 10.0 && t.scale == 1.0 / 3.0);
+    EXPECT_TRUE(NearXyz(Col(t, 2), CPoint3d(7.5, 8, 9), 0));
+    EXPECT_EQ(t.translation[0], 10.0);
+    EXPECT_TRUE(t.scale == 1.0 / 3.0);
     double back[16];
     t.GetMatrix(back);
     for (int i = 0; i < 16; ++i) {
@@ -166,7 +165,8 @@ TEST(CTransformation, MatrixExchangeIsColumnMajorAndRoundTrips) {
     for (int i = 0; i < 16; ++i) mf[i] = static_cast<float>(i == 15 ? 4.0 : m[i]);
     T f;
     f.SetMatrixf(mf);
-    EXPECT_TRUE(f.scale == 0.25 && f.matrix[1] == 4.0);
+    EXPECT_EQ(f.scale, 0.25);
+    EXPECT_EQ(f.matrix[1], 4.0);
     f.GetMatrixf(backf);
     for (int i = 0; i < 16; ++i) EXPECT_EQ(backf[i], (i == 3 || i == 7 || i == 11) ? 0.0f : mf[i]) << i;
     back[15] = 0.0;  // w = 0 is not guarded: an infinite scale, no trap
@@ -177,26 +177,29 @@ TEST(CTransformation, MatrixExchangeIsColumnMajorAndRoundTrips) {
 TEST(CTransformation, SetTransformationRederivesFlagsFromNumbers) {
     const double nearId[9] = {1, 0.0005, 0, 0, 1, 0, 0, 0, 1}, small[3] = {0.0005, 0, 0};
     T t = Flagged(false, false);
-    EXPECT_TRUE(t.SetTransformation(nearId, small, 1.0005) && t.isIdentity);
+    EXPECT_TRUE(t.SetTransformation(nearId, small, 1.0005));
+    EXPECT_TRUE(t.isIdentity);
     ExpectSameNumbers(t, T());  // snapped to the exact identity
     const double id9[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1}, atTol[3] = {EqualTol, 0, 0};
-    EXPECT_TRUE(t.SetTransformation(id9, atTol, 1.0) && !t.isIdentity);  // strict at EqualTol
+    EXPECT_TRUE(t.SetTransformation(id9, atTol, 1.0));
+    EXPECT_TRUE(!t.isIdentity);  // strict at EqualTol
 
     // A nearly orthogonal rotation is straightened; a stretch is kept as is.
     const double c = std::cos(0.5), s = std::sin(0.5), t3[3] = {1, 2, 3};
     const double nearRot[9] = {c, -s + 2e-4, 0, s, c, 0, 0, 0, 1}, stretch[9] = {1, 0, 0, 0, 2, 0, 0, 0, 1};
     EXPECT_TRUE(t.SetTransformation(nearRot, t3, 2.0));
     EXPECT_NEAR(Dot(CVector3d(t.X()), CVector3d(t.matrix[1], t.matrix[4], t.matrix[7])), 0.0, 1e-15);
-    EXPECT_FALSE(t.SetTransformation(stretch, t3, 1.0) || t.isOrthogonal);
+    EXPECT_FALSE(t.SetTransformation(stretch, t3, 1.0));
+    EXPECT_FALSE(t.isOrthogonal);
     EXPECT_EQ(t.matrix[4], 2.0);
 }
 
 TEST(CTransformation, CompositionAppliesRightOperandFirstAndInverseUndoes) {
     const T a = T::Translate(CVector3d(1, 0, 0)), b = T::Rotate(O, ZAxis, Pi / 2);
-    ExpectNear((a * b) * CPoint3d(1, 0, 0), {1, 1, 0});
-    ExpectNear((b * a) * CPoint3d(1, 0, 0), {0, 2, 0});
-    std::mt19937_64 rng(7);
-    std::uniform_real_distribution<double> u(-5.0, 5.0);
+    EXPECT_TRUE(NearXyz((a * b) * CPoint3d(1, 0, 0), CPoint3d(1, 1, 0), 1e-12));
+    EXPECT_TRUE(NearXyz((b * a) * CPoint3d(1, 0, 0), CPoint3d(0, 2, 0), 1e-12));
+    plenar_test::SplitMix64 rng(7);
+    plenar_test::UniformReal u(-5.0, 5.0);
     for (int i = 0; i < 500; ++i) {
         const T x = RandomPlacement(rng, i % 2 == 0), y = RandomPlacement(rng, i % 3 == 0), inv = T::Inverse(x);
         const CPoint3d p(u(rng), u(rng), u(rng));
@@ -210,7 +213,9 @@ TEST(CTransformation, CompositionAppliesRightOperandFirstAndInverseUndoes) {
     T move = T::Translate(CVector3d(5, 0, 0));
     move.isIdentity = true;
     const T r = T::Scale(2) * move;
-    EXPECT_TRUE(!r.isIdentity && r.translation[0] == 5.0 && r.scale == 2.0);
+    EXPECT_TRUE(!r.isIdentity);
+    EXPECT_EQ(r.translation[0], 5.0);
+    EXPECT_EQ(r.scale, 2.0);
     const T s = T::Scale(2, 3, 4) * T::Translate(CVector3d(0, 1, 0)), l = move * s;
     ExpectSameNumbers(l, s);
     EXPECT_EQ(l.isOrthogonal, s.isOrthogonal);
@@ -219,7 +224,8 @@ TEST(CTransformation, CompositionAppliesRightOperandFirstAndInverseUndoes) {
 TEST(CTransformation, InvertHonoursScaleAndFixedThreshold) {
     // p' = (p + (1, 0, 0)) * 2 inverts to p = (p' + (-2, 0, 0)) * 0.5.
     const T ia = T::Inverse(T::Scale(2) * T::Translate(CVector3d(1, 0, 0)));
-    EXPECT_TRUE(ia.translation[0] == -2.0 && ia.scale == 0.5);
+    EXPECT_EQ(ia.translation[0], -2.0);
+    EXPECT_EQ(ia.scale, 0.5);
     // |scale| < 1e-15, a singular 3x3 part (|det| < 1e-15) or the identity flag: a silent no-op.
     const T tiny = T::Scale(1e-16) * T::Translate(CVector3d(1, 2, 3));
     ExpectSameNumbers(T::Inverse(tiny), tiny);
@@ -237,13 +243,15 @@ TEST(CTransformation, InvertHonoursScaleAndFixedThreshold) {
     // Without the orthogonal flag the adjugate is used; with it a transpose is
     // trusted whatever the numbers.
     T thin = T::Scale(1e-15, 1, 1);
-    EXPECT_TRUE(thin.Invert3x3() && thin.matrix[0] == 1.0 / 1e-15);
+    EXPECT_TRUE(thin.Invert3x3());
+    EXPECT_TRUE(thin.matrix[0] == 1.0 / 1e-15);
     T general = Rows({1, 2, 3, 0, 1, 4, 5, 6, 0});  // determinant 1
     ASSERT_TRUE(general.Invert3x3());
     const double inverse[9] = {-24, 18, 5, 20, -15, -4, -5, 4, 1};
     for (int i = 0; i < 9; ++i) EXPECT_EQ(general.matrix[i], inverse[i]) << i;
     T shear = Flagged(false, true, {1, 2, 0, 0, 1, 0, 0, 0, 1});
-    EXPECT_TRUE(shear.Invert3x3() && shear.matrix[3] == 2.0);
+    EXPECT_TRUE(shear.Invert3x3());
+    EXPECT_EQ(shear.matrix[3], 2.0);
 }
 
 TEST(CTransformation, InterpolateCarriesEndScaleAndFlags) {
@@ -251,9 +259,10 @@ TEST(CTransformation, InterpolateCarriesEndScaleAndFlags) {
     T b = T::Translate(CVector3d(0, 4, 0)) * T::Rotate(O, ZAxis, Pi / 2) * T::Scale(3);
     b.isOrthogonal = false;
     const T mid = T::Interpolate(a, b, 0.5);
-    EXPECT_TRUE(mid.scale == 3.0 && !mid.isOrthogonal);  // b's scale, not 2
-    const T quarter = T::Interpolate(a, b, 0.25);        // a quarter of the way from a
-    ExpectNear(Col(quarter, 0), T::Rotate(O, ZAxis, Pi / 8) * CPoint3d(1, 0, 0));
+    EXPECT_EQ(mid.scale, 3.0);
+    EXPECT_TRUE(!mid.isOrthogonal);                // b's scale, not 2
+    const T quarter = T::Interpolate(a, b, 0.25);  // a quarter of the way from a
+    EXPECT_TRUE(NearXyz(Col(quarter, 0), T::Rotate(O, ZAxis, Pi / 8) * CPoint3d(1, 0, 0), 1e-12));
     EXPECT_EQ(quarter.translation[0], 0.25 * b.translation[0] + 0.75 * a.translation[0]);
     // Strictly within EqualTol of an end, that end is returned as is.
     ExpectSameNumbers(T::Interpolate(a, b, 0.0009), a);
@@ -271,11 +280,13 @@ TEST(CTransformation, EqualityAndIdentityAreStrictOnEveryNumber) {
         T t = base, id = Flagged(false, true);
         Number(t, k) += Tol10;
         Number(id, k) += Tol10;
-        EXPECT_TRUE(t != base && !id.IsReallyIdentity()) << k;
+        EXPECT_NE(t, base) << k;
+        EXPECT_TRUE(!id.IsReallyIdentity()) << k;
         EXPECT_EQ(id.IsRotationReallyIdentity(), k >= 9) << k;
         Number(t, k) -= 1.5 * Tol10;
         Number(id, k) -= Tol10 / 2;
-        EXPECT_TRUE(t == base && id.IsReallyIdentity()) << k;
+        EXPECT_EQ(t, base) << k;
+        EXPECT_TRUE(id.IsReallyIdentity()) << k;
     }
     EXPECT_TRUE(Flagged(true, true, {0.5, 1, 1.5, 2, 2.5, 3, 3.5, 4, 4.5}) ==
                 Rows({0.5, 1, 1.5, 2, 2.5, 3, 3.5, 4, 4.5}));
@@ -284,17 +295,17 @@ TEST(CTransformation, EqualityAndIdentityAreStrictOnEveryNumber) {
 TEST(CTransformation, ApplicationToPointsVectorsAndDirections) {
     T t = T::Translate(CVector3d(1, 2, 3)) * T::Rotate(O, ZAxis, Pi / 2);
     t.scale = 2;
-    ExpectNear(t * CPoint3d(1, 0, 0), {2, 6, 6});      // ((0, 1, 0) + (1, 2, 3)) * 2
-    ExpectNear(P(t * CVector3d(1, 0, 0)), {0, 2, 0});  // no translation, scale applies
+    EXPECT_TRUE(NearXyz(t * CPoint3d(1, 0, 0), CPoint3d(2, 6, 6), 1e-12));      // ((0, 1, 0) + (1, 2, 3)) * 2
+    EXPECT_TRUE(NearXyz(P(t * CVector3d(1, 0, 0)), CPoint3d(0, 2, 0), 1e-12));  // no translation, scale applies
     CUnitVector3d skew(1, 1, 0), collapsed(1, 0, 0);
     T::Scale(2, 1, 1).Transform(skew);
-    ExpectNear(P(skew), {2 / std::sqrt(5.0), 1 / std::sqrt(5.0), 0}, 1e-15);
+    EXPECT_TRUE(NearXyz(P(skew), CPoint3d(2 / std::sqrt(5.0), 1 / std::sqrt(5.0), 0), 1e-15));
     T::Scale(0, 1, 1).Transform(collapsed);
     EXPECT_FALSE(collapsed.IsValid());
     // Identity-flagged: points and vectors are left alone, a direction is still renormalised.
     t.isIdentity = true;
-    ExpectNear(t * CPoint3d(1, 2, 3), {1, 2, 3}, 0);
-    ExpectNear(P(t * CVector3d(1, 2, 3)), {1, 2, 3}, 0);
+    EXPECT_TRUE(NearXyz(t * CPoint3d(1, 2, 3), CPoint3d(1, 2, 3), 0));
+    EXPECT_TRUE(NearXyz(P(t * CVector3d(1, 2, 3)), CPoint3d(1, 2, 3), 0));
     CUnitVector3d raw = CUnitVector3d::FromComponents(0, 0, 2);
     t.Transform(raw);
     EXPECT_EQ(raw.z, 1.0);
@@ -302,25 +313,29 @@ TEST(CTransformation, ApplicationToPointsVectorsAndDirections) {
 
 TEST(CTransformation, AxisOriginScaleAndDeterminantQueries) {
     T t = T::Translate(CVector3d(1, 2, 3)) * T::Rotate(O, ZAxis, Pi / 2) * T::Scale(3);
-    ExpectNear(P(t.Y()), {-1, 0, 0});  // the scale does not enter
-    ExpectNear(t.T(), {1, 2, 3});
+    EXPECT_TRUE(NearXyz(P(t.Y()), CPoint3d(-1, 0, 0), 1e-12));  // the scale does not enter
+    EXPECT_TRUE(NearXyz(t.T(), CPoint3d(1, 2, 3), 1e-12));
     EXPECT_EQ(t.Scale(), 3.0);
     EXPECT_NEAR(t.YScale(), 3.0, 1e-15);
-    ExpectNear(P(T::Scale(2, 5, 7).XYZScale()), {2, 5, 7}, 0);
+    EXPECT_TRUE(NearXyz(P(T::Scale(2, 5, 7).XYZScale()), CPoint3d(2, 5, 7), 0));
     EXPECT_EQ(T::Scale(1e-11, 1, 1).XScale(), 0.0);  // squared length below 1e-20
     t.isIdentity = true;
-    ExpectNear(t.T(), {0, 0, 0}, 0);
+    EXPECT_TRUE(NearXyz(t.T(), CPoint3d(0, 0, 0), 0));
     EXPECT_EQ(t.ZScale(), 1.0);
 
     EXPECT_EQ(T::Scale(2, 3, 4).GetDeterminant(), 24.0);
     EXPECT_EQ(T::Scale(2).GetDeterminant(), 1.0);  // scale excluded
     // |det| >= 1e-15 is invertible (inclusive), and the uniform scale must be too.
-    EXPECT_TRUE(T::Scale(0, 1, 1).IsSingular() && T::Scale(5e-16, 1, 1).IsSingular());
-    EXPECT_TRUE(!T::Scale(1e-15, 1, 1).IsSingular() && T::Scale(1e-15, 1, 1).IsInvertible());
-    EXPECT_FALSE(T::Scale(5e-16, 1, 1).IsInvertible() || T::Scale(1e-16).IsInvertible());
+    EXPECT_TRUE(T::Scale(0, 1, 1).IsSingular());
+    EXPECT_TRUE(T::Scale(5e-16, 1, 1).IsSingular());
+    EXPECT_TRUE(!T::Scale(1e-15, 1, 1).IsSingular());
+    EXPECT_TRUE(T::Scale(1e-15, 1, 1).IsInvertible());
+    EXPECT_FALSE(T::Scale(5e-16, 1, 1).IsInvertible());
+    EXPECT_FALSE(T::Scale(1e-16).IsInvertible());
     EXPECT_TRUE(T::Scale(1e-15).IsInvertible());
     const T zero = Flagged(false, true, {0, 0, 0, 0, 0, 0, 0, 0, 0});  // the flag is trusted
-    EXPECT_TRUE(!zero.IsSingular() && zero.IsInvertible());
+    EXPECT_TRUE(!zero.IsSingular());
+    EXPECT_TRUE(zero.IsInvertible());
     T id;
     id.scale = 0;
     EXPECT_TRUE(id.IsInvertible());  // the identity flag comes first
@@ -331,7 +346,8 @@ TEST(CTransformation, ZRotationIsCounterClockwiseInZeroToTwoPi) {
     for (int k = -12; k < 12; ++k) {
         const double a = k * Pi / 6 + 0.1;
         const double z = (T::Translate(CVector3d(5, -3, 2)) * T::Rotate(O, ZAxis, a) * T::Scale(2)).ZRotation();
-        EXPECT_TRUE(z >= 0.0 && z < 2 * Pi) << k;
+        EXPECT_TRUE(z >= 0.0) << k;
+        EXPECT_TRUE(z < 2 * Pi) << k;
         EXPECT_NEAR(z, a < 0 ? a + 2 * Pi : a, 1e-12) << k;
     }
     // Measured about the transformation's own, tilted Z axis.
@@ -369,14 +385,15 @@ TEST(CTransformation, FixOrthogonalKeepsZAndHandedness) {
     t.translation[0] = 4;
     t.FixOrthogonal();
     const double n = std::sqrt(1.0001);
-    ExpectNear(Col(t, 0), {1 / n, 0.01 / n, 0}, 1e-15);
-    ExpectNear(Col(t, 1), {-0.01 / n, 1 / n, 0}, 1e-15);
-    ExpectNear(Col(t, 2), {0, 0, 1}, 0);
-    EXPECT_TRUE(t.translation[0] == 4.0 && !t.isOrthogonal);  // flags untouched
+    EXPECT_TRUE(NearXyz(Col(t, 0), CPoint3d(1 / n, 0.01 / n, 0), 1e-15));
+    EXPECT_TRUE(NearXyz(Col(t, 1), CPoint3d(-0.01 / n, 1 / n, 0), 1e-15));
+    EXPECT_TRUE(NearXyz(Col(t, 2), CPoint3d(0, 0, 1), 0));
+    EXPECT_EQ(t.translation[0], 4.0);
+    EXPECT_TRUE(!t.isOrthogonal);  // flags untouched
     T m = Rows({-1, 0, 0, 0.01, 1, 0, 0, 0, 1});
     m.FixOrthogonal();
-    ExpectNear(Col(m, 0), {-1, 0, 0}, 1e-15);  // still mirrored
-    ExpectNear(Col(m, 1), {0, 1, 0}, 1e-15);
+    EXPECT_TRUE(NearXyz(Col(m, 0), CPoint3d(-1, 0, 0), 1e-15));  // still mirrored
+    EXPECT_TRUE(NearXyz(Col(m, 1), CPoint3d(0, 1, 0), 1e-15));
 
     // CheckOrthogonal straightens only what is flagged orthogonal and not identity.
     for (const bool id : {false, true}) {
@@ -387,8 +404,10 @@ TEST(CTransformation, FixOrthogonalKeepsZAndHandedness) {
         }
     }
     T r = Flagged(false, true, {1, 0, 0, 0, 2, 0, 0, 0, 1});
-    EXPECT_FALSE(r.ResynchOrthogonal() || r.isOrthogonal);
+    EXPECT_FALSE(r.ResynchOrthogonal());
+    EXPECT_FALSE(r.isOrthogonal);
     T q = T::Rotate(O, ZAxis, 1);
     q.isOrthogonal = false;
-    EXPECT_TRUE(q.ResynchOrthogonal() && q.isOrthogonal);
+    EXPECT_TRUE(q.ResynchOrthogonal());
+    EXPECT_TRUE(q.isOrthogonal);
 }

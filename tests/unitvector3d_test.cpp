@@ -37,7 +37,8 @@ TEST(CUnitVector3d, ConstructorsAndSettersNormalize) {
     u = CVector3d(0, -2, 0);
     ExpectXYZ(u, 0, -1, 0);
     const U zero(0, 0, 0);
-    EXPECT_FALSE(zero.IsValid() || zero.IsValidObj());
+    EXPECT_FALSE(zero.IsValid());
+    EXPECT_FALSE(zero.IsValidObj());
     EXPECT_EQ(u.Set(1e-11, 0, 0), 0.0);
     ExpectXYZ(u, 0, 0, 0);
 }
