@@ -11,29 +11,15 @@
 #include <utility>
 #include <vector>
 
+#include "support/random.h"
+
 using namespace velmor::geometry;
 using Box = CBoundingBox3d;
 using P3 = CPoint3d;
 
 namespace {
 
-// splitmix64, as in tests/support/random.h (kept here until that helper is on main).
-class Rng {
-public:
-    explicit Rng(std::uint64_t seed) : state_(seed) {}
-    std::uint64_t Next() {
-        std::uint64_t z = (state_ += 0x9E3779B97F4A7C15ull);
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-        return z ^ (z >> 31);
-    }
-    double Unit() { return static_cast<double>(Next() >> 11) * 0x1.0p-53; }
-    double Uniform(double lo, double hi) { return lo + (hi - lo) * Unit(); }
-    int Int(int lo, int hi) { return lo + static_cast<int>(Next() % static_cast<std::uint64_t>(hi - lo + 1)); }
-
-private:
-    std::uint64_t state_;
-};
+using Rng = plenar_test::SplitMix64;
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const double kInf = std::numeric_limits<double>::infinity();
