@@ -355,6 +355,58 @@ TEST(BoxTree, DepthIsBoundedAndDegenerateInputsAreHandled) {
     EXPECT_EQ(refused.Size(), 0u);
 }
 
+TEST(BoxTree, NodesNestAndPartitionTheBoxes) {
+    // Whatever the split, every inner node's children split its run of boxes in
+    // two and lie in its box, leaves hold at most leafSize boxes, and the walk's
+    // depth bound holds. A broken link would leave
+    // the answers right and the walk linear, which no answer can show.
+    Rng rng(8);
+    const std::vector<Box> boxes = RandomScene(rng, 2000, 1.0, 0.0);
+    for (CBoxTree::ESplit split : {CBoxTree::SurfaceArea, CBoxTree::Median}) {
+        for (int leaf : {1, 3, 8}) {
+            const CBoxTree tree(boxes.data(), boxes.size(), split, leaf);
+            const std::vector<CBoxTree::Node>& nodes = tree.Nodes();
+            ASSERT_FALSE(nodes.empty());
+            std::size_t inTree = 0, leaves = 0;
+            auto inside = [](const Box& in, const Box& out) {
+                return out.x.min <= in.x.min && in.x.max <= out.x.max && out.y.min <= in.y.min &&
+                       in.y.max <= out.y.max && out.z.min <= in.z.min && in.z.max <= out.z.max;
+            };
+            for (std::size_t i = 0; i < nodes.size(); ++i) {
+                const CBoxTree::Node& n = nodes[i];
+                EXPECT_LE(n.depth, CBoxTree::MaxDepth);
+                if (n.right == 0) {
+                    ++leaves;
+                    EXPECT_GE(n.count, 1);
+                    EXPECT_LE(n.count, leaf);
+                    inTree += static_cast<std::size_t>(n.count);
+                    continue;
+                }
+                ASSERT_GT(static_cast<std::size_t>(n.right), i + 1);
+                ASSERT_LT(static_cast<std::size_t>(n.right), nodes.size());
+                const CBoxTree::Node &l = nodes[i + 1], &r = nodes[static_cast<std::size_t>(n.right)];
+                EXPECT_EQ(l.first, n.first);
+                EXPECT_EQ(r.first, l.first + l.count);
+                EXPECT_EQ(l.count + r.count, n.count);
+                EXPECT_EQ(l.depth, n.depth + 1);
+                EXPECT_EQ(r.depth, n.depth + 1);
+                EXPECT_TRUE(inside(l.box, n.box) && inside(r.box, n.box));
+            }
+            EXPECT_EQ(nodes[0].count, static_cast<std::int32_t>(inTree));
+            EXPECT_EQ(nodes.size(), 2 * leaves - 1);
+            EXPECT_GT(leaves, boxes.size() / (2 * static_cast<std::size_t>(leaf)));
+            // A select-all walk reports every box exactly once.
+            CGeomFilterSelectAll all;
+            std::vector<int> seen(boxes.size(), 0);
+            tree.Visit(all, [&](long index, bool) {
+                ++seen[static_cast<std::size_t>(index)];
+                return true;
+            });
+            for (int count : seen) ASSERT_EQ(count, 1);
+        }
+    }
+}
+
 TEST(BoxTree, StoppingTheFilterWalkAndConcurrentQueries) {
     Rng rng(5);
     const std::vector<Box> boxes = RandomScene(rng, 4000, 1.0, 0.0);
