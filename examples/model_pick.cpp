@@ -291,10 +291,13 @@ void ClipOne(TriangleClipper3D& clipper, std::vector<CPoint3d>& pool, const Tria
         for (int k : piece.indices) out.push_back(pool[static_cast<std::size_t>(k)]);
 }
 
+// Bit for bit, so that pieces carrying a NaN compare equal to themselves.
 bool SamePoints(const std::vector<CPoint3d>& a, const std::vector<CPoint3d>& b) {
     if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i)
-        if (!(a[i].x == b[i].x && a[i].y == b[i].y && a[i].z == b[i].z)) return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        const double p[3] = {a[i].x, a[i].y, a[i].z}, q[3] = {b[i].x, b[i].y, b[i].z};
+        if (std::memcmp(p, q, sizeof p) != 0) return false;
+    }
     return true;
 }
 
