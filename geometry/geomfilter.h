@@ -16,6 +16,21 @@
 /// band of EqualTol (strict) for points and segments, but classify boxes exactly.
 ///
 /// The queries never allocate; only Clone and CGeomFilterCombined::Add do.
+///
+/// Bulk queries test whole arrays in one call: TestBoxes, TestPoints and
+/// TestSegments, as non-virtual members of the concrete filters and as free
+/// functions taking an IGeomFilter&. Element i of a bulk answer is exactly what the
+/// per-item Test gives for element i (the same booleans for every input, NaN,
+/// infinite and empty boxes included); only the speed differs. The free functions
+/// use the bulk members when the filter's dynamic type is exactly one of the
+/// filters of this header, and otherwise call the virtual Test for each element in
+/// order, so a class derived by a client that overrides Test keeps its answers.
+///
+/// \code
+/// std::vector<CBoundingBox3d> boxes = ...;
+/// std::unique_ptr<bool[]> hit(new bool[boxes.size()]), whole(new bool[boxes.size()]);
+/// TestBoxes(filter, boxes.data(), boxes.size(), hit.get(), whole.get());  // whole may be null
+/// \endcode
 #ifndef PLENAR_GEOMETRY_GEOMFILTER_H
 #define PLENAR_GEOMETRY_GEOMFILTER_H
 
@@ -25,6 +40,7 @@
 #include <geometry/point3d.h>
 #include <geometry/transformation.h>
 
+#include <cstddef>
 #include <vector>
 
 namespace velmor::geometry {
@@ -106,6 +122,13 @@ public:
         return index >= 0 && index < 6 ? &planes[index] : nullptr;
     }
 
+    /// Box test of n boxes: accepted[i] as Test(boxes[i], flag) and, when
+    /// fullyAccepted is not null, fullyAccepted[i] as its flag. The box rules of both
+    /// volume filters, whatever the dynamic type of this filter.
+    void TestBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* accepted, bool* fullyAccepted) const noexcept;
+    /// Point test of n points: accepted[i] as Test(points[i]).
+    void TestPoints(const CPoint3d* points, std::size_t n, bool* accepted) const noexcept;
+
 protected:
     /// The point test shared by the volume filters.
     bool Contains(const CPoint3d& point) const noexcept;
@@ -140,6 +163,10 @@ public:
     bool Test(const CBoundingBox3d& box) override;
     bool Test(const CBoundingBox3d& box, bool& fullyAccepted) override;
     IGeomFilter* Clone() override;
+
+    /// Segment test of n segments, segment i from endpoints[2i] to endpoints[2i+1]:
+    /// accepted[i] as this class's Test(start, end).
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
 
 /// Selects what lies inside the volume or crosses its boundary.
@@ -168,6 +195,10 @@ public:
     bool Test(const CBoundingBox3d& box) override;
     bool Test(const CBoundingBox3d& box, bool& fullyAccepted) override;
     IGeomFilter* Clone() override;
+
+    /// Segment test of n segments, segment i from endpoints[2i] to endpoints[2i+1]:
+    /// accepted[i] as this class's Test(start, end), trims and all.
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
 
 /// Selects everything; boxes are always fully accepted.
@@ -194,6 +225,13 @@ public:
     void Transform(const CTransformation&) override {}
     /// Always null: there are no bounding planes.
     const CPlane* GetFrustumPlane(int) const override { return nullptr; }
+
+    /// Every accepted[i] and fullyAccepted[i] (when not null) true.
+    void TestBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* accepted, bool* fullyAccepted) const noexcept;
+    /// Every accepted[i] true.
+    void TestPoints(const CPoint3d* points, std::size_t n, bool* accepted) const noexcept;
+    /// Every accepted[i] true; n segments from 2n endpoints.
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
 
 /// Selects what touches or crosses one plane: points and segment ends within
@@ -234,6 +272,14 @@ public:
     void Transform(const CTransformation& t) override;
     /// Always null: the plane is not offered as a frustum plane.
     const CPlane* GetFrustumPlane(int) const override { return nullptr; }
+
+    /// Box test of n boxes by this class's own rule (touches or straddles, no
+    /// tolerance); fullyAccepted[i], when not null, is always false.
+    void TestBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* accepted, bool* fullyAccepted) const noexcept;
+    /// Point test of n points: |distance| < EqualTol, strict.
+    void TestPoints(const CPoint3d* points, std::size_t n, bool* accepted) const noexcept;
+    /// Segment test of n segments, segment i from endpoints[2i] to endpoints[2i+1].
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
 
 /// Selects what reaches the positive side of the plane. Points and segment ends
@@ -263,6 +309,16 @@ public:
     bool Test(const CBoundingBox3d& box) override { return plane.IntersectWith(box) != 2; }
     bool Test(const CBoundingBox3d& box, bool& fullyAccepted) override;
     IGeomFilter* Clone() override;
+
+    /// Box test of n boxes by this class's rules: rejected only when wholly below,
+    /// fully accepted when wholly above. Hides CGeomFilterPlane::TestBoxes; through a
+    /// CGeomFilterPlane& the plane filter's rule applies, so call the free function
+    /// TestBoxes when the type is not known.
+    void TestBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* accepted, bool* fullyAccepted) const noexcept;
+    /// Point test of n points: distance > -EqualTol, strict.
+    void TestPoints(const CPoint3d* points, std::size_t n, bool* accepted) const noexcept;
+    /// Segment test of n segments, segment i from endpoints[2i] to endpoints[2i+1].
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
 
 /// The logical AND of a list of filters, which it owns: every member added through
@@ -304,7 +360,33 @@ public:
     void Transform(const CTransformation& t) override;
     /// The first non-null answer of the members, in order; null when none has one.
     const CPlane* GetFrustumPlane(int index) const override;
+
+    /// Box test of n boxes: the AND of the members' answers, as Test(box, flag), or
+    /// as Test(box) when fullyAccepted is null. Members whose type is a filter of
+    /// this header are tested in bulk; when any member (at any depth) is of another
+    /// type, every box goes through this class's per-item Test, so that member is
+    /// asked exactly the questions, in exactly the order, the per-item walk asks.
+    void TestBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* accepted, bool* fullyAccepted) const noexcept;
+    /// Point test of n points, on the same terms as TestBoxes.
+    void TestPoints(const CPoint3d* points, std::size_t n, bool* accepted) const noexcept;
+    /// Segment test of n segments, segment i from endpoints[2i] to endpoints[2i+1],
+    /// on the same terms as TestBoxes.
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
+
+/// Tests n boxes with any filter: accepted[i] = filter.Test(boxes[i],
+/// fullyAccepted[i]), or filter.Test(boxes[i]) when fullyAccepted is null. When the
+/// dynamic type of filter is exactly one of this header's filters, its bulk member
+/// answers; for any other type (a client's class, also one derived from a filter
+/// here) the virtual Test is called for each box in order.
+PLENAR_API void TestBoxes(IGeomFilter& filter, const CBoundingBox3d* boxes, std::size_t n, bool* accepted,
+                          bool* fullyAccepted);
+/// Tests n points with any filter: accepted[i] = filter.Test(points[i]), dispatched
+/// as TestBoxes.
+PLENAR_API void TestPoints(IGeomFilter& filter, const CPoint3d* points, std::size_t n, bool* accepted);
+/// Tests n segments with any filter: accepted[i] = filter.Test(endpoints[2i],
+/// endpoints[2i+1]), dispatched as TestBoxes.
+PLENAR_API void TestSegments(IGeomFilter& filter, const CPoint3d* endpoints, std::size_t n, bool* accepted);
 
 }  // namespace velmor::geometry
 
