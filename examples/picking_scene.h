@@ -267,6 +267,24 @@ inline void BoxEdges(const CBoundingBox3d& box, CPoint3d* ends) {
             }
 }
 
+/// What the walk does with a bounding box after asking the filter about it.
+enum class Verdict { Skip, TakeWhole, Open };
+
+/// Asks the filter about box and counts the answer: skipped (nothing in the box is
+/// selected), taken whole (everything is), or to be opened and looked into.
+inline Verdict Judge(IGeomFilter& filter, const CBoundingBox3d& box, int& skipped, int& taken) {
+    bool whole = false;
+    if (!filter.Test(box, whole)) {
+        ++skipped;
+        return Verdict::Skip;
+    }
+    if (whole) {
+        ++taken;
+        return Verdict::TakeWhole;
+    }
+    return Verdict::Open;
+}
+
 /// Walks instances [first, last) with a filter of its own (a clone of the world
 /// filter): the single-threaded walk, and one thread's share of a threaded one.
 inline PickResult WalkShare(const Scene& scene, IGeomFilter& world, int first, int last) {
@@ -290,17 +308,12 @@ inline PickResult WalkShare(const Scene& scene, IGeomFilter& world, int first, i
     std::vector<std::pair<int, std::unique_ptr<IGeomFilter>>> opened;
     for (int i = first; i < last; ++i) {
         const Instance& in = scene.instances[i];
-        bool full = false;
-        if (!world.Test(in.worldBounds, full)) {
-            ++s.instancesRejected;
-        } else if (full) {
-            ++s.instancesAccepted;
-            acceptInstance(in);
-        } else {
-            std::unique_ptr<IGeomFilter> local(world.Clone());
-            local->Transform(CTransformation::Inverse(in.placement));
-            opened.emplace_back(i, std::move(local));
-        }
+        const Verdict v = Judge(world, in.worldBounds, s.instancesRejected, s.instancesAccepted);
+        if (v == Verdict::TakeWhole) acceptInstance(in);
+        if (v != Verdict::Open) continue;
+        std::unique_ptr<IGeomFilter> local = world.CloneUnique();
+        local->Transform(CTransformation::Inverse(in.placement));
+        opened.emplace_back(i, std::move(local));
     }
 
     // 2. Instance and group bounds in instance coordinates, then the boxes of each
@@ -313,25 +326,15 @@ inline PickResult WalkShare(const Scene& scene, IGeomFilter& world, int first, i
     std::unique_ptr<bool[]> accepted(new bool[largestGroup]), whole(new bool[largestGroup]);
     for (auto& [index, local] : opened) {
         const Instance& in = scene.instances[index];
-        bool full = false;
-        if (!local->Test(in.bounds, full)) {
-            ++s.instancesRejected;
-            continue;
-        }
-        if (full) {
-            ++s.instancesAccepted;
-            acceptInstance(in);
-            continue;
-        }
+        const Verdict v = Judge(*local, in.bounds, s.instancesRejected, s.instancesAccepted);
+        if (v == Verdict::TakeWhole) acceptInstance(in);
+        if (v != Verdict::Open) continue;
         ++s.instancesOpened;
         for (int g = in.firstGroup; g < in.firstGroup + in.groupCount; ++g) {
             const Group& group = scene.groups[g];
-            if (!local->Test(group.bounds, full)) {
-                ++s.groupsRejected;
-            } else if (full) {
-                ++s.groupsAccepted;
-                acceptGroup(group);
-            } else {
+            const Verdict gv = Judge(*local, group.bounds, s.groupsRejected, s.groupsAccepted);
+            if (gv == Verdict::TakeWhole) acceptGroup(group);
+            if (gv == Verdict::Open) {
                 ++s.groupsOpened;
                 TestBoxes(*local, &scene.boxes[group.firstBox], group.boxCount, accepted.get(), whole.get());
                 for (int k = 0; k < group.boxCount; ++k) {
@@ -401,7 +404,7 @@ inline PickResult PickHierarchical(const Scene& scene, IGeomFilter& world, int t
     const int shares = std::max(1, std::min(threads, instances));
     std::vector<PickResult> parts(static_cast<std::size_t>(shares));
     auto walk = [&](int t) {
-        std::unique_ptr<IGeomFilter> own(world.Clone());
+        std::unique_ptr<IGeomFilter> own = world.CloneUnique();
         const int first = static_cast<int>(static_cast<long>(instances) * t / shares);
         const int last = static_cast<int>(static_cast<long>(instances) * (t + 1) / shares);
         parts[static_cast<std::size_t>(t)] = detail::WalkShare(scene, *own, first, last);

@@ -302,7 +302,7 @@ bool CGeomFilterCrossingVolume::Test(const CPoint3d& start, const CPoint3d& end)
     CPoint3d a = start, b = end;
     const int count = HasPlane5() ? 6 : 5;
     for (int i = 0; i < count; ++i)
-        if (planes[i].TrimAbove(&a, &b) == 1) return false;
+        if (planes[i].TrimAbove(&a, &b) == SegmentAbove) return false;
     return true;
 }
 
@@ -503,8 +503,8 @@ CGeomFilterAbovePlane::~CGeomFilterAbovePlane() = default;
 bool CGeomFilterAbovePlane::Test(const CBoundingBox3d& box, bool& fullyAccepted) {
     fullyAccepted = false;
     const int code = plane.IntersectWith(box);
-    if (code == 2) return false;
-    if (code == 1) fullyAccepted = true;
+    if (code == BoxBelow) return false;
+    if (code == BoxAbove) fullyAccepted = true;
     return true;
 }
 

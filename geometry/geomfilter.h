@@ -41,6 +41,7 @@
 #include <geometry/transformation.h>
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 namespace velmor::geometry {
@@ -50,7 +51,9 @@ namespace velmor::geometry {
 class PLENAR_API IGeomFilter {
 public:
     /// Virtual: filters are deleted through IGeomFilter pointers (the clones a caller owns, the members of a
-    /// combined filter).
+    /// combined filter). Every filter's destructor is defined out of line, in the library, on purpose: it
+    /// anchors the virtual table and the type information in libPlenar.so, so there is one of each for the
+    /// whole program and the exact-type dispatch of the bulk calls (typeid) holds across the library boundary.
     virtual ~IGeomFilter();
 
     /// Is the point selected.
@@ -65,6 +68,8 @@ public:
     virtual bool Test(const CBoundingBox3d& box, bool& fullyAccepted) = 0;
     /// A new heap copy of the same dynamic type; the caller owns it.
     virtual IGeomFilter* Clone() = 0;
+    /// Clone, owned by the returned pointer: the form to prefer in new code.
+    std::unique_ptr<IGeomFilter> CloneUnique() { return std::unique_ptr<IGeomFilter>(Clone()); }
     /// Moves the filter's geometry by t in place.
     virtual void Transform(const CTransformation& t) = 0;
     /// One of the filter's bounding planes, or null when it has none at index.
@@ -93,15 +98,12 @@ public:
 
     /// Six planes (0, 0, 1, 0), all present: the half-space z <= 0.
     CGeomFilterVolume() noexcept = default;
-    /// Copies the six planes.
     CGeomFilterVolume(const CGeomFilterVolume&) noexcept = default;
-    /// Copies the six planes.
     CGeomFilterVolume& operator=(const CGeomFilterVolume&) noexcept = default;
     /// The six planes in argument order.
     CGeomFilterVolume(const CPlane& p0, const CPlane& p1, const CPlane& p2, const CPlane& p3, const CPlane& p4,
                       const CPlane& p5) noexcept
         : planes{p0, p1, p2, p3, p4, p5} {}
-    /// Nothing to release.
     ~CGeomFilterVolume() override;
 
     /// Whether plane 5 takes part in the tests (its d is not AbsentPlaneD).
@@ -145,15 +147,12 @@ class PLENAR_API CGeomFilterInsideVolume : public CGeomFilterVolume {
 public:
     /// Six planes (0, 0, 1, 0), all present: the half-space z <= 0.
     CGeomFilterInsideVolume() noexcept = default;
-    /// Copies the six planes.
     CGeomFilterInsideVolume(const CGeomFilterInsideVolume&) noexcept = default;
-    /// Copies the six planes.
     CGeomFilterInsideVolume& operator=(const CGeomFilterInsideVolume&) noexcept = default;
     /// The six planes in argument order, normals pointing out of the volume.
     CGeomFilterInsideVolume(const CPlane& p0, const CPlane& p1, const CPlane& p2, const CPlane& p3, const CPlane& p4,
                             const CPlane& p5) noexcept
         : CGeomFilterVolume(p0, p1, p2, p3, p4, p5) {}
-    /// Nothing to release.
     ~CGeomFilterInsideVolume() override;
 
     using CGeomFilterVolume::Test;
@@ -174,15 +173,12 @@ class PLENAR_API CGeomFilterCrossingVolume : public CGeomFilterVolume {
 public:
     /// Six planes (0, 0, 1, 0), all present: the half-space z <= 0.
     CGeomFilterCrossingVolume() noexcept = default;
-    /// Copies the six planes.
     CGeomFilterCrossingVolume(const CGeomFilterCrossingVolume&) noexcept = default;
-    /// Copies the six planes.
     CGeomFilterCrossingVolume& operator=(const CGeomFilterCrossingVolume&) noexcept = default;
     /// The six planes in argument order, normals pointing out of the volume.
     CGeomFilterCrossingVolume(const CPlane& p0, const CPlane& p1, const CPlane& p2, const CPlane& p3, const CPlane& p4,
                               const CPlane& p5) noexcept
         : CGeomFilterVolume(p0, p1, p2, p3, p4, p5) {}
-    /// Nothing to release.
     ~CGeomFilterCrossingVolume() override;
 
     using CGeomFilterVolume::Test;
@@ -210,7 +206,6 @@ public:
     CGeomFilterSelectAll(const CGeomFilterSelectAll&) noexcept = default;
     /// Nothing to copy.
     CGeomFilterSelectAll& operator=(const CGeomFilterSelectAll&) noexcept = default;
-    /// Nothing to release.
     ~CGeomFilterSelectAll() override;
 
     bool Test(const CPoint3d&) override { return true; }
@@ -245,13 +240,10 @@ public:
 
     /// The plane (0, 0, 1, 0): z = 0.
     CGeomFilterPlane() noexcept = default;
-    /// Copies the plane.
     CGeomFilterPlane(const CGeomFilterPlane&) noexcept = default;
-    /// Copies the plane.
     CGeomFilterPlane& operator=(const CGeomFilterPlane&) noexcept = default;
     /// Selects what touches plane_, stored as given.
     explicit CGeomFilterPlane(const CPlane& plane_) noexcept : plane(plane_) {}
-    /// Nothing to release.
     ~CGeomFilterPlane() override;
 
     /// |distance| < EqualTol, strict.
@@ -260,7 +252,7 @@ public:
     /// strictly on opposite sides.
     bool Test(const CPoint3d& start, const CPoint3d& end) override;
     /// The box touches or straddles the plane (exact classification).
-    bool Test(const CBoundingBox3d& box) override { return plane.IntersectWith(box) == 3; }
+    bool Test(const CBoundingBox3d& box) override { return plane.IntersectWith(box) == BoxCrossing; }
     /// fullyAccepted false; the answer is the dispatched Test(box), so a subclass
     /// that overrides only Test(box) changes this answer too.
     bool Test(const CBoundingBox3d& box, bool& fullyAccepted) override {
@@ -291,13 +283,10 @@ class PLENAR_API CGeomFilterAbovePlane : public CGeomFilterPlane {
 public:
     /// The plane (0, 0, 1, 0): selects what reaches z > -EqualTol.
     CGeomFilterAbovePlane() noexcept = default;
-    /// Copies the plane.
     CGeomFilterAbovePlane(const CGeomFilterAbovePlane&) noexcept = default;
-    /// Copies the plane.
     CGeomFilterAbovePlane& operator=(const CGeomFilterAbovePlane&) noexcept = default;
     /// Selects what reaches the positive side of plane_, stored as given.
     explicit CGeomFilterAbovePlane(const CPlane& plane_) noexcept : CGeomFilterPlane(plane_) {}
-    /// Nothing to release.
     ~CGeomFilterAbovePlane() override;
 
     bool Test(const CPoint3d& point) override { return plane.SignedDistance(point) > -EqualTol; }
@@ -306,7 +295,7 @@ public:
         return plane.SignedDistance(start) > -EqualTol || plane.SignedDistance(end) > -EqualTol;
     }
     /// Rejected only when wholly below the plane.
-    bool Test(const CBoundingBox3d& box) override { return plane.IntersectWith(box) != 2; }
+    bool Test(const CBoundingBox3d& box) override { return plane.IntersectWith(box) != BoxBelow; }
     bool Test(const CBoundingBox3d& box, bool& fullyAccepted) override;
     IGeomFilter* Clone() override;
 
@@ -346,6 +335,11 @@ public:
     /// filter is deleted before the error passes. Adding one filter twice, or one
     /// the caller still deletes, is an error.
     void Add(IGeomFilter* filter);
+    /// Appends filter, handing its ownership over; the form to prefer in new code.
+    void Add(std::unique_ptr<IGeomFilter> filter) { Add(filter.release()); }
+    /// Appends a null member, as Add(IGeomFilter*) does; only destruction tolerates
+    /// one (the queries call every member).
+    void Add(std::nullptr_t) { Add(static_cast<IGeomFilter*>(nullptr)); }
 
     /// False at the first member, in order, that refuses.
     bool Test(const CPoint3d& point) override;
