@@ -6,9 +6,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <random>
 #include <utility>
 
+#include "support/random.h"
 #include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
@@ -31,7 +31,8 @@ double Coord(const P& p, int axis) { return axis == 0 ? p.x : axis == 1 ? p.y : 
 }  // namespace
 
 TEST(Ray3d, ConstructionMembershipAndProjection) {
-    EXPECT_TRUE(CRay3d().direction.z == 1.0 && CRay3d().IsValidObj());
+    EXPECT_EQ(CRay3d().direction.z, 1.0);
+    EXPECT_TRUE(CRay3d().IsValidObj());
     CRay3d r;
     r.Set(P(1, 1, 1), P(1, 4, 5));
     EXPECT_DOUBLE_EQ(r.direction.y, 0.6);
@@ -40,14 +41,18 @@ TEST(Ray3d, ConstructionMembershipAndProjection) {
 
     // Same carrier line in either sense, origin anywhere on it.
     const CRay3d xAxis(P(0, 0, 0), U(1, 0, 0));
-    EXPECT_TRUE(CRay3d(P(-7, 0, 0), U(-1, 0, 0)).IsOn(xAxis) && xAxis.IsOn(CPlane()));
-    EXPECT_FALSE(CRay3d(P(-7, 0.01, 0), U(1, 0, 0)).IsOn(xAxis) || CRay3d(P(3, 0, 0), U(1, 0.1, 0)).IsOn(xAxis) ||
-                 CRay3d(P(0, 0, 0), U(1, 0, 0.01)).IsOn(CPlane()));
+    EXPECT_TRUE(CRay3d(P(-7, 0, 0), U(-1, 0, 0)).IsOn(xAxis));
+    EXPECT_TRUE(xAxis.IsOn(CPlane()));
+    EXPECT_FALSE(CRay3d(P(-7, 0.01, 0), U(1, 0, 0)).IsOn(xAxis));  // origin off the line
+    EXPECT_FALSE(CRay3d(P(3, 0, 0), U(1, 0.1, 0)).IsOn(xAxis));    // direction not parallel
+    EXPECT_FALSE(CRay3d(P(0, 0, 0), U(1, 0, 0.01)).IsOn(CPlane()));
 
     // A point against the ray: a line distance, strict at EqualTol.
     plenar_test::ToleranceGuard guard(1.0 / 1024);
-    EXPECT_TRUE(P(-5, 3, 4).DistanceTo(xAxis) == 5.0 && P(-5, 3, 4).DistanceSquaredTo(xAxis) == 25.0);
-    EXPECT_TRUE(P(-9, 1.0 / 2048, 0).IsOn(xAxis) && !P(-9, 1.0 / 1024, 0).IsOn(xAxis));
+    EXPECT_EQ(P(-5, 3, 4).DistanceTo(xAxis), 5.0);
+    EXPECT_EQ(P(-5, 3, 4).DistanceSquaredTo(xAxis), 25.0);
+    EXPECT_TRUE(P(-9, 1.0 / 2048, 0).IsOn(xAxis));
+    EXPECT_FALSE(P(-9, 1.0 / 1024, 0).IsOn(xAxis));
     EXPECT_EQ(P(-2, 5, 1).ProjectTo(xAxis).DistanceSquaredTo(P(-2, 0, 0)), 0.0);
     const CRay3d diag(P(1, 1, 0), U(1, 1, 0));
     EXPECT_NEAR(diag.ParameterOfClosestPoint(P(0, 0, 3)), -std::sqrt(2.0), 1e-15);
@@ -110,8 +115,11 @@ TEST(Ray3d, BoxEntryFaceTiesAndBoundaries) {
             d[axis] = -sign;
             const CRay3d r(P(o[0], o[1], o[2]), U(d[0], d[1], d[2]));
             EXPECT_EQ(Side(r, kUnit, hit, ok), 2 * axis + (sign < 0 ? 1 : 2));
-            EXPECT_TRUE(Coord(hit, axis) == (sign < 0 ? 0.0 : 1.0) && Coord(hit, (axis + 1) % 3) == o[(axis + 1) % 3]);
-            EXPECT_TRUE(Side(CRay3d(r.origin, -r.direction), kUnit, hit, ok) == 0 && !ok);
+            EXPECT_TRUE(ok);
+            EXPECT_EQ(Coord(hit, axis), sign < 0 ? 0.0 : 1.0);
+            EXPECT_EQ(Coord(hit, (axis + 1) % 3), o[(axis + 1) % 3]);
+            EXPECT_EQ(Side(CRay3d(r.origin, -r.direction), kUnit, hit, ok), 0);
+            EXPECT_FALSE(ok);
         }
     }
     // Origin, direction, side, hit: origin on the boundary (the hit, no side), along a
@@ -127,20 +135,23 @@ TEST(Ray3d, BoxEntryFaceTiesAndBoundaries) {
                  {{-1, -1, -1}, {1, 1, 1}, 1, {0, 0, 0}}};
     for (const auto& c : cases) {
         EXPECT_EQ(Side(CRay3d(c.o, c.d), kUnit, hit, ok), c.side) << c.o;
-        EXPECT_TRUE(ok && hit.DistanceTo(c.hit) < 1e-15) << c.o;
+        EXPECT_TRUE(ok) << c.o;
+        EXPECT_LT(hit.DistanceTo(c.hit), 1e-15) << c.o;
     }
     // Just outside an edge, an empty box (judged on x) and a plain miss: no side, hit untouched.
     hit = P(7, 7, 7);
     for (const auto& [r, box] : {std::pair(CRay3d(P(-1, std::nextafter(1.0, 2.0), 0.5), U(1, 0, 0)), kUnit),
                                  std::pair(CRay3d(P(0, 0, 0), U(1, 0, 0)), CBoundingBox3d()),
                                  std::pair(CRay3d(P(-1, 2, 0.5), U(1, 0, 0)), kUnit)}) {
-        EXPECT_TRUE(Side(r, box, hit, ok) == 0 && !ok && hit.x == 7.0) << r.origin;
+        EXPECT_EQ(Side(r, box, hit, ok), 0) << r.origin;
+        EXPECT_FALSE(ok) << r.origin;
+        EXPECT_EQ(hit.x, 7.0) << r.origin;
     }
 }
 
 TEST(Ray3d, BoxHitLiesOnTheEntryFaceAndOnTheRay) {
-    std::mt19937 rng(42);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::SplitMix64 rng(42);
+    const plenar_test::UniformReal u(-1, 1);
     int hits = 0;
     for (int i = 0; i < 5000; ++i) {
         const double lo[3] = {5 * u(rng), 5 * u(rng), 5 * u(rng)};
@@ -171,7 +182,10 @@ TEST(Ray3d, BoxHitLiesOnTheEntryFaceAndOnTheRay) {
         if (s == 0) continue;  // the origin is in the box
         const int axis = (s - 1) / 2;
         EXPECT_EQ(Coord(hit, axis), (s % 2) ? lo[axis] : hi[axis]);
-        for (int k = 0; k < 3; ++k) EXPECT_TRUE(Coord(hit, k) >= lo[k] && Coord(hit, k) <= hi[k]);
+        for (int k = 0; k < 3; ++k) {
+            EXPECT_GE(Coord(hit, k), lo[k]) << i << " axis " << k;
+            EXPECT_LE(Coord(hit, k), hi[k]) << i << " axis " << k;
+        }
     }
     EXPECT_GT(hits, 2000);
 }
@@ -179,7 +193,8 @@ TEST(Ray3d, BoxHitLiesOnTheEntryFaceAndOnTheRay) {
 TEST(Ray3d, IntersectPlanesSolvesOnTheDominantCoordinatePlane) {
     CRay3d r;
     ASSERT_TRUE(r.IntersectPlanes(CPlane(0, 0, 1, 0), CPlane(1, 0, 0, 0)));
-    EXPECT_TRUE(r.direction.y == 1.0 && r.origin.DistanceSquaredTo(P(0, 0, 0)) == 0.0);  // N1 x N2, in that order
+    EXPECT_EQ(r.direction.y, 1.0);  // N1 x N2, in that order
+    EXPECT_EQ(r.origin.DistanceSquaredTo(P(0, 0, 0)), 0.0);
     ASSERT_TRUE(r.IntersectPlanes(CPlane(1, 0, 0, 0), CPlane(0, 0, 1, 0)));
     EXPECT_EQ(r.direction.y, -1.0);
     // Direction ties: x beats y (origin.x = 0), y beats z (origin.y = 0).
@@ -188,12 +203,12 @@ TEST(Ray3d, IntersectPlanesSolvesOnTheDominantCoordinatePlane) {
     ASSERT_TRUE(r.IntersectPlanes(CPlane(1, 0, 0, -1), CPlane(0, 1, -1, -2)));
     EXPECT_NEAR(r.origin.DistanceTo(P(1, 0, -2)), 0.0, 1e-15);
     // Parallel and coincident planes: false, ray untouched.
-    EXPECT_FALSE(r.IntersectPlanes(CPlane(0, 0, 1, 0), CPlane(0, 0, -1, 3)) ||
-                 r.IntersectPlanes(CPlane(0, 1, 0, 0), CPlane(0, 1, 0, 0)));
+    EXPECT_FALSE(r.IntersectPlanes(CPlane(0, 0, 1, 0), CPlane(0, 0, -1, 3)));
+    EXPECT_FALSE(r.IntersectPlanes(CPlane(0, 1, 0, 0), CPlane(0, 1, 0, 0)));
     EXPECT_NEAR(r.origin.DistanceTo(P(1, 0, -2)), 0.0, 1e-15);
 
-    std::mt19937 rng(8);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::SplitMix64 rng(8);
+    const plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 500; ++i) {
         const CPlane p1(u(rng), u(rng), u(rng), 5 * u(rng)), p2(u(rng), u(rng), u(rng), 5 * u(rng));
         const CVector3d v = p1.Normal() * p2.Normal();
@@ -210,9 +225,11 @@ TEST(Ray3d, IntersectZ) {
     const CRay3d r(P(1, 2, 3), U(0, 3, -4));
     double t = 0;
     P p;
-    ASSERT_TRUE(r.IntersectZ(-1.0, t) && r.IntersectZ(7.0, p));
+    ASSERT_TRUE(r.IntersectZ(-1.0, t));
+    ASSERT_TRUE(r.IntersectZ(7.0, p));
     EXPECT_DOUBLE_EQ(t, 5.0);
-    EXPECT_TRUE(std::fabs(p.y + 1.0) < 1e-15 && p.z == 7.0);
+    EXPECT_NEAR(p.y, -1.0, 1e-15);
+    EXPECT_EQ(p.z, 7.0);
     // A horizontal ray: false, outputs untouched; the guard is strict at 1e-10.
     t = 9;
     EXPECT_FALSE(CRay3d(P(0, 0, 1), U(1, 1, 0)).IntersectZ(0.0, t));

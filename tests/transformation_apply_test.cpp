@@ -8,8 +8,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <random>
 #include <vector>
+
+#include "support/random.h"
 
 using namespace velmor::geometry;
 using P = CPoint3d;
@@ -29,8 +30,8 @@ CTransformation Scaling(double s, const double (&t)[3] = {0, 0, 0}) {
     return Affine({1, 0, 0, 0, 1, 0, 0, 0, 1}, t, s);
 }
 
-CTransformation RandomAffine(std::mt19937& rng) {
-    std::uniform_real_distribution<double> u(-1, 1);
+CTransformation RandomAffine(plenar_test::SplitMix64& rng) {
+    const plenar_test::UniformReal u(-1, 1);
     for (;;) {
         double m[9];
         for (double& v : m) v = u(rng);
@@ -51,8 +52,8 @@ std::vector<double> Ranges(const CBoundingBox3d& b) { return {b.x.min, b.x.max, 
 }  // namespace
 
 TEST(TransformApply, PlaneMovesWithItsPoints) {
-    std::mt19937 rng(1234);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::SplitMix64 rng(1234);
+    const plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 500; ++i) {
         const CTransformation x = RandomAffine(rng);
         const CPlane pl(u(rng), u(rng), u(rng), 5 * u(rng));
@@ -72,46 +73,57 @@ TEST(TransformApply, PlaneMovesWithItsPoints) {
     const CTransformation stretch = Affine({2, 0, 0, 0, 1, 0, 0, 0, 1}, {3, 0, 0}, 1.0);
     CPlane x1(1, 0, 0, -1);
     stretch.Transform(x1);
-    EXPECT_TRUE(std::fabs(x1.a - 1.0) < 1e-15 && std::fabs(x1.d + 5.0) < 1e-15);
+    EXPECT_NEAR(x1.a, 1.0, 1e-15);
+    EXPECT_NEAR(x1.d, -5.0, 1e-15);
     double eq[4] = {1, 0, 0, -1}, eq2[4] = {0, 0, 1, -1};
     stretch.Transform(eq);
     Scaling(2.0).Transform(eq2);  // a uniform scale enters through d
-    EXPECT_TRUE(std::fabs(eq[0] - 0.5) < 1e-15 && std::fabs(eq[3] + 2.5) < 1e-15);
-    EXPECT_TRUE(std::fabs(eq2[2] - 1.0) < 1e-15 && std::fabs(eq2[3] + 2.0) < 1e-15);
+    EXPECT_NEAR(eq[0], 0.5, 1e-15);
+    EXPECT_NEAR(eq[3], -2.5, 1e-15);
+    EXPECT_NEAR(eq2[2], 1.0, 1e-15);
+    EXPECT_NEAR(eq2[3], -2.0, 1e-15);
 
     CPlane raw;  // the identity leaves even an unnormalised plane as it is
     raw.c = 2.0;
     raw.d = 3.0;
     CTransformation().Transform(raw);
-    EXPECT_TRUE(raw.c == 2.0 && raw.d == 3.0);
+    EXPECT_EQ(raw.c, 2.0);
+    EXPECT_EQ(raw.d, 3.0);
     // A singular transformation transforms with itself; the collapsed normal stays unnormalised.
     CPlane xPlane(1, 0, 0, -1);
     Affine({0, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 0}, 1.0).Transform(xPlane);
-    EXPECT_TRUE(xPlane.a == 0.0 && xPlane.b == 0.0 && xPlane.c == 0.0 && xPlane.d == -1.0);
+    EXPECT_EQ(xPlane.a, 0.0);
+    EXPECT_EQ(xPlane.b, 0.0);
+    EXPECT_EQ(xPlane.c, 0.0);
+    EXPECT_EQ(xPlane.d, -1.0);
 }
 
 TEST(TransformApply, RayReportsTheStretchOfItsDirection) {
     CRay3d r(P(1, 2, 3), CUnitVector3d(0, 0.6, 0.8));
     EXPECT_DOUBLE_EQ(Scaling(2.0).Transform(r), 2.0);
-    EXPECT_TRUE(std::fabs(r.origin.z - 6.0) < 1e-15 && std::fabs(r.direction.y - 0.6) < 1e-15 && r.IsValidObj());
+    EXPECT_NEAR(r.origin.z, 6.0, 1e-15);
+    EXPECT_NEAR(r.direction.y, 0.6, 1e-15);
+    EXPECT_TRUE(r.IsValidObj());
     CRay3d s(P(0, 0, 0), CUnitVector3d(0, 0.6, 0.8));
     EXPECT_DOUBLE_EQ(Affine({1, 0, 0, 0, 2, 0, 0, 0, 3}, {5, 0, 0}, 1.0).Transform(s),
                      std::sqrt(1.2 * 1.2 + 2.4 * 2.4));
     EXPECT_EQ(s.origin.x, 5.0);
     CRay3d same(P(1, 2, 3), CUnitVector3d(1, 0, 0));
-    EXPECT_TRUE(CTransformation().Transform(same) == 1.0 && same.origin.x == 1.0);
+    EXPECT_EQ(CTransformation().Transform(same), 1.0);
+    EXPECT_EQ(same.origin.x, 1.0);
 
     // operator* works on a copy; operator*= transforms the direction as a vector,
     // which agrees with the two-point form up to rounding.
-    std::mt19937 rng(77);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::SplitMix64 rng(77);
+    const plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 200; ++i) {
         const CTransformation x = RandomAffine(rng);
         const CRay3d ray(P(u(rng), u(rng), u(rng)), CUnitVector3d(u(rng), u(rng), u(rng)));
         const CRay3d copy = x * ray;
         CRay3d inPlace = ray;
         inPlace *= x;
-        EXPECT_TRUE(copy.origin.x == inPlace.origin.x && copy.origin.z == inPlace.origin.z);
+        EXPECT_EQ(copy.origin.x, inPlace.origin.x);
+        EXPECT_EQ(copy.origin.z, inPlace.origin.z);
         EXPECT_NEAR(Dot(copy.direction, inPlace.direction), 1.0, 1e-12);
         P p(ray.origin, 3 * u(rng), ray.direction);  // points of the ray map onto the transformed ray
         x.Transform(p);
@@ -141,8 +153,8 @@ TEST(TransformApply, BoxStaysOrderedUnderMirrorAndNegativeScale) {
     EXPECT_EQ(Ranges(same), Ranges(b));
 
     // The result is the tight box of the eight transformed corners.
-    std::mt19937 rng(99);
-    std::uniform_real_distribution<double> u(-1, 1);
+    plenar_test::SplitMix64 rng(99);
+    const plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 300; ++i) {
         const CTransformation x = RandomAffine(rng);
         const double x0 = 5 * u(rng), y0 = 5 * u(rng), z0 = 5 * u(rng);
