@@ -72,7 +72,8 @@ void RegisterDrawing2d(py::module_& m) {
         .def(float() * py::self)
         .def(py::self / float())
         .def(py::self += py::self)
-        .def(py::self -= py::self)
+        .def(
+            "__isub__", [](CVector2f& a, const CVector2f& b) -> CVector2f& { return a -= b; }, py::is_operator())
         .def(py::self *= float())
         .def(py::self == py::self, "Exact comparison.")
         .def(py::self != py::self)

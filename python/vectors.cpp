@@ -191,7 +191,8 @@ void RegisterVectors(py::module_& m) {
         .def(py::self / double())
         .def(-py::self)
         .def(py::self += py::self)
-        .def(py::self -= py::self)
+        .def(
+            "__isub__", [](CVector3d& a, const CVector3d& b) -> CVector3d& { return a -= b; }, py::is_operator())
         .def(py::self *= double())
         .def(py::self /= double())
         .def(
