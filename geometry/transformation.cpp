@@ -10,10 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#if defined(__x86_64__) || defined(_M_X64)
-#include <immintrin.h>
-#define PLENAR_X86_64 1
-#endif
+#include "detail/simd.h"
 
 namespace velmor::geometry {
 
@@ -533,17 +530,7 @@ __attribute__((target("avx"))) std::size_t ApplyAvx(const Placement& p, const do
     return i;
 }
 
-// AVX when the processor and the system support it. PLENAR_SIMD=sse2 in the
-// environment keeps the SSE2 kernels, so that both paths can be checked on one
-// machine; the answers are the same either way.
-bool HasAvx() noexcept {
-    static const bool has = [] {
-        const char* request = std::getenv("PLENAR_SIMD");
-        const bool sse2Only = request != nullptr && std::strcmp(request, "sse2") == 0;
-        return !sse2Only && __builtin_cpu_supports("avx") != 0;
-    }();
-    return has;
-}
+using detail::HasAvx;
 
 #endif
 
