@@ -26,16 +26,24 @@ constexpr std::size_t MaxEntries = NoPoint - 64;
 constexpr double KeyLimit = 4611686018427387904.0;  // 2^62
 constexpr std::int64_t KeyLimitInt = std::int64_t{1} << 62;
 
-// A cell is four tolerances wide: a point is filed under every cell its open box
-// of half-width EqualTol touches, one or two cells per axis (3.4 on average), so
-// a query looks into its own cell only.
-constexpr double CellsPerTolerance = 0.25;
+// A cell is eight tolerances wide: a point is filed under every cell its open box
+// of half-width EqualTol touches, one or two per axis (about two cells on
+// average), so that a query looks into its own cell only. Wider cells file fewer
+// copies but hold more candidates where points crowd within a few tolerances.
+constexpr double CellsPerTolerance = 0.125;
 
 constexpr std::size_t MinSlots = 16;
 
-// floor(v), clamped to +-2^62. Monotone in v (including +-infinity), which is all
-// the index relies on.
-std::int64_t FloorKey(double v) {
+// Cell borders sit 5/8 of a cell past the multiples of the cell width, so that
+// round coordinates (multiples of the cell width, as drawn data often has) lie
+// inside cells rather than on their borders, where they would be filed twice per
+// axis. Dyadic, so that the keys of dyadic coordinates are exact.
+constexpr double GridOffset = 0.375;
+
+// floor(v * inv + GridOffset), clamped to +-2^62. Monotone in v (including
+// +-infinity), which is all the index relies on.
+std::int64_t FloorKey(double v, double inv) {
+    v = v * inv + GridOffset;
     if (!(v > -KeyLimit)) return -KeyLimitInt;
     if (!(v < KeyLimit)) return KeyLimitInt;
     const std::int64_t t = static_cast<std::int64_t>(v);  // toward zero
@@ -74,13 +82,18 @@ std::size_t SlotsFor(std::size_t n) {
     return slots;
 }
 
-// The mesh's reservation before a polygon: room for `extra` more corners,
-// saturating instead of overflowing; nothing for a count below 1.
+// Room for `extra` more corners before a polygon, as the mesh makes it, but grown
+// geometrically: reserving exactly size + extra on every call would copy the
+// index list once per polygon after an initial reservation runs out. A count
+// below 1 reserves nothing; an impossible one fails as the mesh's does.
 void ReserveMore(std::vector<long>& v, long extra) {
     if (extra <= 0) return;
     const std::size_t cap = std::numeric_limits<std::size_t>::max();
     const std::size_t more = static_cast<std::size_t>(extra);
-    v.reserve(more > cap - v.size() ? cap : v.size() + more);
+    const std::size_t wanted = more > cap - v.size() ? cap : v.size() + more;
+    if (wanted <= v.capacity()) return;
+    const std::size_t doubled = v.capacity() > v.max_size() / 2 ? v.max_size() : 2 * v.capacity();
+    v.reserve(std::max(wanted, doubled));
 }
 
 }  // namespace
@@ -175,7 +188,7 @@ void CMeshWelder::Reset(double tol) {
         std::vector<Entry>().swap(entries_);
         return;
     }
-    // About 3.4 cells per distinct point at a load of at most one half.
+    // About two cells per distinct point at a load of at most one half.
     const std::size_t slots = SlotsFor(mesh_->points.size() * 4);
     if (cells_.size() == slots) {
         std::fill(cells_.begin(), cells_.end(), Cell{0, NoPoint, NoPoint});
@@ -202,9 +215,9 @@ void CMeshWelder::IndexPoint(std::size_t index) {
     const CPoint3d p = mesh_->points[index];
     if (IsFinite(p)) {
         const double tol = tol_, inv = inverseCell_;
-        const std::int64_t x0 = FloorKey((p.x - tol) * inv), x1 = FloorKey((p.x + tol) * inv);
-        const std::int64_t y0 = FloorKey((p.y - tol) * inv), y1 = FloorKey((p.y + tol) * inv);
-        const std::int64_t z0 = FloorKey((p.z - tol) * inv), z1 = FloorKey((p.z + tol) * inv);
+        const std::int64_t x0 = FloorKey(p.x - tol, inv), x1 = FloorKey(p.x + tol, inv);
+        const std::int64_t y0 = FloorKey(p.y - tol, inv), y1 = FloorKey(p.y + tol, inv);
+        const std::int64_t z0 = FloorKey(p.z - tol, inv), z1 = FloorKey(p.z + tol, inv);
         const std::uint32_t point = static_cast<std::uint32_t>(index);
         for (std::int64_t kx = x0; kx <= x1; ++kx) {
             for (std::int64_t ky = y0; ky <= y1; ++ky) {
@@ -258,7 +271,7 @@ void CMeshWelder::Grow() {
 long CMeshWelder::Lookup(const CPoint3d& q, double tol) const {
     if (!IsFinite(q) || cells_.empty()) return 0;
     const double inv = inverseCell_;
-    const std::uint64_t hash = CellHash(FloorKey(q.x * inv), FloorKey(q.y * inv), FloorKey(q.z * inv));
+    const std::uint64_t hash = CellHash(FloorKey(q.x, inv), FloorKey(q.y, inv), FloorKey(q.z, inv));
     const std::size_t mask = cells_.size() - 1;
     const std::uint32_t key = static_cast<std::uint32_t>(hash >> 32);
     std::size_t i = HomeSlot(key, cells_.size());
