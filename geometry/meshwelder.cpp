@@ -169,32 +169,34 @@ void CMeshWelder::Sync(double tol) {
 
 // Empties the index and chooses how tol is answered. Equals is strict, so a
 // tolerance that is NaN, at most 0, or whose square is 0 matches nothing; an
-// infinite one would put every point into one cell, so the scan answers it.
+// infinite one would put every point into one cell, so the scan answers it. The
+// new table is allocated before anything changes, so an allocation failure
+// leaves the welder as it was.
 void CMeshWelder::Reset(double tol) {
+    EMode mode = EMode::Grid;
+    if (!(tol > 0.0) || !(tol * tol > 0.0)) {
+        mode = EMode::NothingMatches;
+    } else if (!(tol <= std::numeric_limits<double>::max())) {
+        mode = EMode::Scan;
+    }
+    std::vector<Cell> cells;
+    if (mode == EMode::Grid) {
+        // About two cells per distinct point at a load of at most one half.
+        const std::size_t slots = SlotsFor(mesh_->points.size() * 4);
+        if (cells_.size() == slots) {
+            std::fill(cells_.begin(), cells_.end(), Cell{0, NoPoint, NoPoint});
+            cells.swap(cells_);
+        } else {
+            std::vector<Cell>(slots, Cell{0, NoPoint, NoPoint}).swap(cells);
+        }
+    }
+    cells_.swap(cells);
+    std::vector<Entry>().swap(entries_);
     tol_ = tol;
+    mode_ = mode;
+    inverseCell_ = mode == EMode::Grid ? CellsPerTolerance / tol : 0.0;
     indexed_ = 0;
     usedCells_ = 0;
-    entries_.clear();
-    if (!(tol > 0.0) || !(tol * tol > 0.0)) {
-        mode_ = EMode::NothingMatches;
-    } else if (!(tol <= std::numeric_limits<double>::max())) {
-        mode_ = EMode::Scan;
-    } else {
-        mode_ = EMode::Grid;
-        inverseCell_ = CellsPerTolerance / tol;
-    }
-    if (mode_ != EMode::Grid) {
-        std::vector<Cell>().swap(cells_);
-        std::vector<Entry>().swap(entries_);
-        return;
-    }
-    // About two cells per distinct point at a load of at most one half.
-    const std::size_t slots = SlotsFor(mesh_->points.size() * 4);
-    if (cells_.size() == slots) {
-        std::fill(cells_.begin(), cells_.end(), Cell{0, NoPoint, NoPoint});
-    } else {
-        std::vector<Cell>(slots, Cell{0, NoPoint, NoPoint}).swap(cells_);
-    }
 }
 
 // Files pool point `index` under every cell that its open box of half-width tol

@@ -15,10 +15,11 @@
 ///     appended like any other unmatched point but never indexed. A NaN, zero or
 ///     negative EqualTol (or one whose square is 0) matches nothing: every insert
 ///     appends, with no index kept. An infinite EqualTol is answered by the linear
-///     scan, as are pools too large for the index (over some 150 million points).
-///     Coordinates far beyond EqualTol * 2^62 share boundary cells: still exact,
-///     but slower.
-///   - The welder reads and appends to mesh.points through its reference; the mesh
+///     scan, as are pools beyond the index's 32-bit lists (never below 150 million
+///     points). Coordinates beyond about 2^65 * EqualTol share boundary cells:
+///     still exact, but slower where many of them crowd.
+///   - The index holds about 50 to 100 bytes per pool point besides the pool. The
+///     welder reads and appends to mesh.points through its reference; the mesh
 ///     must outlive it. It keeps no lock: one welder and its mesh belong to one
 ///     thread at a time, FindPoint included (it updates the index).
 ///
