@@ -2,7 +2,9 @@
 // generated scene of instances (each placed by a CTransformation) holding groups of
 // boxes, a small perspective camera, the pick volume built from a screen rectangle,
 // and a hierarchical walk that accepts or skips whole instances and groups from
-// their bounding boxes and tests box edges only where it must.
+// their bounding boxes and tests box edges only where it must. The walk tests the
+// boxes of a group, and the edges of straddling boxes, with the filters' bulk
+// calls, and can split the instances between threads.
 //
 // Everything here is inline and deterministic (a seeded generator of its own, not
 // the standard distributions, whose results differ between standard libraries), so
@@ -22,7 +24,9 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <memory>
+#include <thread>
 #include <vector>
 
 namespace plenar_example {
@@ -83,6 +87,12 @@ struct SceneSize {
     int groupsPerInstance;
     int boxesPerGroup;
 };
+
+/// A scene of about `boxes` boxes: instances of 20 groups of 20 boxes (at least one).
+inline SceneSize SceneSizeForBoxes(long boxes) {
+    const long perInstance = 20 * 20;
+    return SceneSize{static_cast<int>(std::max(1L, (boxes + perInstance / 2) / perInstance)), 20, 20};
+}
 
 /// Instances on a square grid, each turned about z, tilted a little, scaled and
 /// lifted; inside an instance the groups sit on a grid of cells, their boxes
@@ -213,105 +223,216 @@ struct PickStats {
     int groupsRejected = 0, groupsAccepted = 0, groupsOpened = 0;
     int boxesRejected = 0, boxesAccepted = 0, boxesOpened = 0;
     long edgesTested = 0;
+
+    PickStats& operator+=(const PickStats& o) {
+        instancesRejected += o.instancesRejected;
+        instancesAccepted += o.instancesAccepted;
+        instancesOpened += o.instancesOpened;
+        groupsRejected += o.groupsRejected;
+        groupsAccepted += o.groupsAccepted;
+        groupsOpened += o.groupsOpened;
+        boxesRejected += o.boxesRejected;
+        boxesAccepted += o.boxesAccepted;
+        boxesOpened += o.boxesOpened;
+        edgesTested += o.edgesTested;
+        return *this;
+    }
 };
 
 struct PickResult {
     std::vector<int> picked;  ///< ids of the boxes with an edge in the volume, ascending
     PickStats stats;
-    double instanceSeconds = 0, boxSeconds = 0, edgeSeconds = 0;
+    /// Time of each stage, added up over the threads (so with several threads they
+    /// can exceed the wall time), and the wall time of the whole pick.
+    double instanceSeconds = 0, boxSeconds = 0, edgeSeconds = 0, wallSeconds = 0;
 };
 
-/// A box is picked when any of its edges lies in or crosses the volume. The walk
-/// tests each instance's world box with the world filter; an instance neither
-/// rejected nor wholly accepted gets its own copy of the filter, moved into the
-/// instance's coordinates by the inverse placement, and its groups and boxes are
-/// tested there, down to the edges of the boxes that straddle the volume.
-inline PickResult PickHierarchical(const Scene& scene, IGeomFilter& world) {
+namespace detail {
+
+/// How many edges the walk tests in one bulk call: the twelve edges of up to this
+/// many straddling boxes.
+constexpr std::size_t EdgeBatchBoxes = 64;
+
+/// The twelve edges of a box as 24 endpoints (corner numbering of
+/// CBoundingBox3d::GetCorner: an edge joins corners that differ in one bit).
+inline void BoxEdges(const CBoundingBox3d& box, CPoint3d* ends) {
+    CPoint3d corners[8];
+    for (int c = 0; c < 8; ++c) corners[c] = box.GetCorner(c);
+    int e = 0;
+    for (int i = 0; i < 8; ++i)
+        for (int bit = 1; bit < 8; bit <<= 1)
+            if ((i & bit) == 0) {
+                ends[e++] = corners[i];
+                ends[e++] = corners[i | bit];
+            }
+}
+
+/// What the walk does with a bounding box after asking the filter about it.
+enum class Verdict { Skip, TakeWhole, Open };
+
+/// Asks the filter about box and counts the answer: skipped (nothing in the box is
+/// selected), taken whole (everything is), or to be opened and looked into.
+inline Verdict Judge(IGeomFilter& filter, const CBoundingBox3d& box, int& skipped, int& taken) {
+    bool whole = false;
+    if (!filter.Test(box, whole)) {
+        ++skipped;
+        return Verdict::Skip;
+    }
+    if (whole) {
+        ++taken;
+        return Verdict::TakeWhole;
+    }
+    return Verdict::Open;
+}
+
+/// Walks instances [first, last) with a filter of its own (a clone of the world
+/// filter): the single-threaded walk, and one thread's share of a threaded one.
+inline PickResult WalkShare(const Scene& scene, IGeomFilter& world, int first, int last) {
     using Clock = std::chrono::steady_clock;
     PickResult result;
     PickStats& s = result.stats;
+    // Each stage picks in ascending order of ids (instances, groups and boxes are
+    // numbered in scene order), so three lists merged give the sorted answer.
+    std::vector<int> picked[3];
+    int stage = 0;
+    auto acceptGroup = [&](const Group& group) {
+        for (int b = 0; b < group.boxCount; ++b) picked[stage].push_back(group.firstBox + b);
+    };
     auto acceptInstance = [&](const Instance& in) {
-        for (int g = in.firstGroup; g < in.firstGroup + in.groupCount; ++g)
-            for (int b = 0; b < scene.groups[g].boxCount; ++b) result.picked.push_back(scene.groups[g].firstBox + b);
+        for (int g = in.firstGroup; g < in.firstGroup + in.groupCount; ++g) acceptGroup(scene.groups[g]);
     };
 
     // 1. Instances: world boxes against the world filter; a local filter for each
     //    instance that straddles the volume.
     const auto t0 = Clock::now();
     std::vector<std::pair<int, std::unique_ptr<IGeomFilter>>> opened;
-    for (int i = 0; i < static_cast<int>(scene.instances.size()); ++i) {
+    for (int i = first; i < last; ++i) {
         const Instance& in = scene.instances[i];
-        bool full = false;
-        if (!world.Test(in.worldBounds, full)) {
-            ++s.instancesRejected;
-        } else if (full) {
-            ++s.instancesAccepted;
-            acceptInstance(in);
-        } else {
-            std::unique_ptr<IGeomFilter> local(world.Clone());
-            local->Transform(CTransformation::Inverse(in.placement));
-            opened.emplace_back(i, std::move(local));
-        }
+        const Verdict v = Judge(world, in.worldBounds, s.instancesRejected, s.instancesAccepted);
+        if (v == Verdict::TakeWhole) acceptInstance(in);
+        if (v != Verdict::Open) continue;
+        std::unique_ptr<IGeomFilter> local = world.CloneUnique();
+        local->Transform(CTransformation::Inverse(in.placement));
+        opened.emplace_back(i, std::move(local));
     }
 
-    // 2. Instance, group and box bounds in instance coordinates.
+    // 2. Instance and group bounds in instance coordinates, then the boxes of each
+    //    straddling group in one bulk call.
     const auto t1 = Clock::now();
+    stage = 1;
     std::vector<std::pair<int, IGeomFilter*>> straddling;
+    std::size_t largestGroup = 0;
+    for (const Group& group : scene.groups) largestGroup = std::max(largestGroup, std::size_t(group.boxCount));
+    std::unique_ptr<bool[]> accepted(new bool[largestGroup]), whole(new bool[largestGroup]);
     for (auto& [index, local] : opened) {
         const Instance& in = scene.instances[index];
-        bool full = false;
-        if (!local->Test(in.bounds, full)) {
-            ++s.instancesRejected;
-            continue;
-        }
-        if (full) {
-            ++s.instancesAccepted;
-            acceptInstance(in);
-            continue;
-        }
+        const Verdict v = Judge(*local, in.bounds, s.instancesRejected, s.instancesAccepted);
+        if (v == Verdict::TakeWhole) acceptInstance(in);
+        if (v != Verdict::Open) continue;
         ++s.instancesOpened;
         for (int g = in.firstGroup; g < in.firstGroup + in.groupCount; ++g) {
             const Group& group = scene.groups[g];
-            if (!local->Test(group.bounds, full)) {
-                ++s.groupsRejected;
-            } else if (full) {
-                ++s.groupsAccepted;
-                for (int b = 0; b < group.boxCount; ++b) result.picked.push_back(group.firstBox + b);
-            } else {
+            const Verdict gv = Judge(*local, group.bounds, s.groupsRejected, s.groupsAccepted);
+            if (gv == Verdict::TakeWhole) acceptGroup(group);
+            if (gv == Verdict::Open) {
                 ++s.groupsOpened;
-                for (int b = group.firstBox; b < group.firstBox + group.boxCount; ++b) {
-                    if (!local->Test(scene.boxes[b], full)) {
+                TestBoxes(*local, &scene.boxes[group.firstBox], group.boxCount, accepted.get(), whole.get());
+                for (int k = 0; k < group.boxCount; ++k) {
+                    if (!accepted[k]) {
                         ++s.boxesRejected;
-                    } else if (full) {
+                    } else if (whole[k]) {
                         ++s.boxesAccepted;
-                        result.picked.push_back(b);
+                        picked[1].push_back(group.firstBox + k);
                     } else {
                         ++s.boxesOpened;
-                        straddling.emplace_back(b, local.get());
+                        straddling.emplace_back(group.firstBox + k, local.get());
                     }
                 }
             }
         }
     }
 
-    // 3. Edges of the boxes that straddle the volume.
+    // 3. Edges of the boxes that straddle the volume, in batches of boxes that share
+    //    a local filter: a box is picked when any of its twelve edges is.
     const auto t2 = Clock::now();
-    for (const auto& [b, local] : straddling) {
-        CPoint3d corners[8];
-        for (int c = 0; c < 8; ++c) corners[c] = scene.boxes[b].GetCorner(c);
-        IGeomFilter* filter = local;
-        const bool hit = AnyEdge(corners, [&](const CPoint3d& a, const CPoint3d& e) {
-            ++s.edgesTested;
-            return filter->Test(a, e);
-        });
-        if (hit) result.picked.push_back(b);
+    std::vector<CPoint3d> ends(24 * EdgeBatchBoxes);
+    std::unique_ptr<bool[]> hits(new bool[12 * EdgeBatchBoxes]);
+    for (std::size_t b = 0; b < straddling.size();) {
+        IGeomFilter* filter = straddling[b].second;
+        std::size_t e = b;
+        while (e < straddling.size() && e - b < EdgeBatchBoxes && straddling[e].second == filter) {
+            BoxEdges(scene.boxes[straddling[e].first], &ends[24 * (e - b)]);
+            ++e;
+        }
+        const std::size_t edges = 12 * (e - b);
+        TestSegments(*filter, ends.data(), edges, hits.get());
+        s.edgesTested += static_cast<long>(edges);
+        for (std::size_t k = b; k < e; ++k) {
+            const bool* h = &hits[12 * (k - b)];
+            if (std::any_of(h, h + 12, [](bool hit) { return hit; })) picked[2].push_back(straddling[k].first);
+        }
+        b = e;
     }
+    std::vector<int> early;
+    early.reserve(picked[0].size() + picked[1].size());
+    std::merge(picked[0].begin(), picked[0].end(), picked[1].begin(), picked[1].end(), std::back_inserter(early));
+    result.picked.reserve(early.size() + picked[2].size());
+    std::merge(early.begin(), early.end(), picked[2].begin(), picked[2].end(), std::back_inserter(result.picked));
     const auto t3 = Clock::now();
-    std::sort(result.picked.begin(), result.picked.end());
-
     result.instanceSeconds = std::chrono::duration<double>(t1 - t0).count();
     result.boxSeconds = std::chrono::duration<double>(t2 - t1).count();
     result.edgeSeconds = std::chrono::duration<double>(t3 - t2).count();
+    return result;
+}
+
+}  // namespace detail
+
+/// A box is picked when any of its edges lies in or crosses the volume. The walk
+/// tests each instance's world box with the world filter; an instance neither
+/// rejected nor wholly accepted gets its own copy of the filter, moved into the
+/// instance's coordinates by the inverse placement, and its groups and boxes are
+/// tested there, down to the edges of the boxes that straddle the volume.
+///
+/// With threads > 1 the instances are split into that many consecutive shares;
+/// each thread walks its share with its own clone of the world filter (filters are
+/// not shared between threads), and the shares are merged in order and the ids
+/// sorted, so the answer and the counts are the same for any number of threads.
+inline PickResult PickHierarchical(const Scene& scene, IGeomFilter& world, int threads = 1) {
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
+    const int instances = static_cast<int>(scene.instances.size());
+    const int shares = std::max(1, std::min(threads, instances));
+    std::vector<PickResult> parts(static_cast<std::size_t>(shares));
+    auto walk = [&](int t) {
+        std::unique_ptr<IGeomFilter> own = world.CloneUnique();
+        const int first = static_cast<int>(static_cast<long>(instances) * t / shares);
+        const int last = static_cast<int>(static_cast<long>(instances) * (t + 1) / shares);
+        parts[static_cast<std::size_t>(t)] = detail::WalkShare(scene, *own, first, last);
+    };
+    if (shares == 1) {
+        walk(0);
+    } else {
+        std::vector<std::thread> pool;
+        for (int t = 0; t < shares; ++t) pool.emplace_back(walk, t);
+        for (std::thread& thread : pool) thread.join();
+    }
+
+    PickResult result;
+    std::size_t total = 0;
+    for (const PickResult& part : parts) total += part.picked.size();
+    result.picked.reserve(total);
+    for (const PickResult& part : parts) {
+        result.picked.insert(result.picked.end(), part.picked.begin(), part.picked.end());
+        result.stats += part.stats;
+        result.instanceSeconds += part.instanceSeconds;
+        result.boxSeconds += part.boxSeconds;
+        result.edgeSeconds += part.edgeSeconds;
+    }
+    // The shares hold consecutive instances, so their answers follow one another;
+    // a scene numbered otherwise is sorted here.
+    if (!std::is_sorted(result.picked.begin(), result.picked.end()))
+        std::sort(result.picked.begin(), result.picked.end());
+    result.wallSeconds = std::chrono::duration<double>(Clock::now() - start).count();
     return result;
 }
 

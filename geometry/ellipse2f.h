@@ -59,7 +59,29 @@ public:
     /// coordinates. A p within EqualTol of the centre (per local coordinate,
     /// strict) gives 0. The result is not wrapped into any interval. A singular
     /// transform is used as it is instead of its inverse.
+    ///
+    /// The answer is a foot of a normal through p, and for most points outside
+    /// an elongated ellipse not the nearest one: the polar angle starts Newton's
+    /// method in the basin of another foot. For the ellipse at (0, 0) with radii
+    /// 2 and 1 and p = (3, 3) it returns t = 1.110 (distance 2.980), while the
+    /// nearest point is at t = 0.6845 (distance 2.777). Existing callers rely on
+    /// these answers, so they are kept; NearestParameter finds the nearest point.
     float ParameterOfClosestPoint(const CPoint2f& p) const noexcept;
+
+    /// The parameter t in [-pi, pi] of the point of the ellipse nearest to p, in
+    /// world coordinates, for any orientation: the transformed outline is itself an
+    /// ellipse, whose own axes come from the singular value decomposition of
+    /// transform times the radii; in that frame the nearest point is the root of
+    /// the distance derivative (a function of the Lagrange multiplier that falls
+    /// monotonically), bracketed and found by bisection in double down to adjacent
+    /// doubles. The result is rounded to float, so GetPointAtParameter(t) is
+    /// within float rounding of the nearest point.
+    ///
+    /// When several points are nearest (p at the centre of a circle, or on the
+    /// minor axis inside) one of them is returned. A flat ellipse (one radius 0,
+    /// or a singular transform) is the segment between its ends; a point ellipse
+    /// gives 0. Any NaN or infinite input (p, centre, radii, transform) gives NaN.
+    float NearestParameter(const CPoint2f& p) const noexcept;
 
     /// Fills points[0..n-1] with a closed outline: n - 1 points at equal
     /// parameter steps from t = 0, counter-clockwise for an orientation-preserving

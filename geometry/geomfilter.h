@@ -16,6 +16,21 @@
 /// band of EqualTol (strict) for points and segments, but classify boxes exactly.
 ///
 /// The queries never allocate; only Clone and CGeomFilterCombined::Add do.
+///
+/// Bulk queries test whole arrays in one call: TestBoxes, TestPoints and
+/// TestSegments, as non-virtual members of the concrete filters and as free
+/// functions taking an IGeomFilter&. Element i of a bulk answer is exactly what the
+/// per-item Test gives for element i (the same booleans for every input, NaN,
+/// infinite and empty boxes included); only the speed differs. The free functions
+/// use the bulk members when the filter's dynamic type is exactly one of the
+/// filters of this header, and otherwise call the virtual Test for each element in
+/// order, so a class derived by a client that overrides Test keeps its answers.
+///
+/// \code
+/// std::vector<CBoundingBox3d> boxes = ...;
+/// std::unique_ptr<bool[]> hit(new bool[boxes.size()]), whole(new bool[boxes.size()]);
+/// TestBoxes(filter, boxes.data(), boxes.size(), hit.get(), whole.get());  // whole may be null
+/// \endcode
 #ifndef PLENAR_GEOMETRY_GEOMFILTER_H
 #define PLENAR_GEOMETRY_GEOMFILTER_H
 
@@ -25,6 +40,8 @@
 #include <geometry/point3d.h>
 #include <geometry/transformation.h>
 
+#include <cstddef>
+#include <memory>
 #include <vector>
 
 namespace velmor::geometry {
@@ -34,7 +51,9 @@ namespace velmor::geometry {
 class PLENAR_API IGeomFilter {
 public:
     /// Virtual: filters are deleted through IGeomFilter pointers (the clones a caller owns, the members of a
-    /// combined filter).
+    /// combined filter). Every filter's destructor is defined out of line, in the library, on purpose: it
+    /// anchors the virtual table and the type information in libPlenar.so, so there is one of each for the
+    /// whole program and the exact-type dispatch of the bulk calls (typeid) holds across the library boundary.
     virtual ~IGeomFilter();
 
     /// Is the point selected.
@@ -49,6 +68,8 @@ public:
     virtual bool Test(const CBoundingBox3d& box, bool& fullyAccepted) = 0;
     /// A new heap copy of the same dynamic type; the caller owns it.
     virtual IGeomFilter* Clone() = 0;
+    /// Clone, owned by the returned pointer: the form to prefer in new code.
+    std::unique_ptr<IGeomFilter> CloneUnique() { return std::unique_ptr<IGeomFilter>(Clone()); }
     /// Moves the filter's geometry by t in place.
     virtual void Transform(const CTransformation& t) = 0;
     /// One of the filter's bounding planes, or null when it has none at index.
@@ -77,15 +98,12 @@ public:
 
     /// Six planes (0, 0, 1, 0), all present: the half-space z <= 0.
     CGeomFilterVolume() noexcept = default;
-    /// Copies the six planes.
     CGeomFilterVolume(const CGeomFilterVolume&) noexcept = default;
-    /// Copies the six planes.
     CGeomFilterVolume& operator=(const CGeomFilterVolume&) noexcept = default;
     /// The six planes in argument order.
     CGeomFilterVolume(const CPlane& p0, const CPlane& p1, const CPlane& p2, const CPlane& p3, const CPlane& p4,
                       const CPlane& p5) noexcept
         : planes{p0, p1, p2, p3, p4, p5} {}
-    /// Nothing to release.
     ~CGeomFilterVolume() override;
 
     /// Whether plane 5 takes part in the tests (its d is not AbsentPlaneD).
@@ -106,6 +124,13 @@ public:
         return index >= 0 && index < 6 ? &planes[index] : nullptr;
     }
 
+    /// Box test of n boxes: accepted[i] as Test(boxes[i], flag) and, when
+    /// fullyAccepted is not null, fullyAccepted[i] as its flag. The box rules of both
+    /// volume filters, whatever the dynamic type of this filter.
+    void TestBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* accepted, bool* fullyAccepted) const noexcept;
+    /// Point test of n points: accepted[i] as Test(points[i]).
+    void TestPoints(const CPoint3d* points, std::size_t n, bool* accepted) const noexcept;
+
 protected:
     /// The point test shared by the volume filters.
     bool Contains(const CPoint3d& point) const noexcept;
@@ -122,15 +147,12 @@ class PLENAR_API CGeomFilterInsideVolume : public CGeomFilterVolume {
 public:
     /// Six planes (0, 0, 1, 0), all present: the half-space z <= 0.
     CGeomFilterInsideVolume() noexcept = default;
-    /// Copies the six planes.
     CGeomFilterInsideVolume(const CGeomFilterInsideVolume&) noexcept = default;
-    /// Copies the six planes.
     CGeomFilterInsideVolume& operator=(const CGeomFilterInsideVolume&) noexcept = default;
     /// The six planes in argument order, normals pointing out of the volume.
     CGeomFilterInsideVolume(const CPlane& p0, const CPlane& p1, const CPlane& p2, const CPlane& p3, const CPlane& p4,
                             const CPlane& p5) noexcept
         : CGeomFilterVolume(p0, p1, p2, p3, p4, p5) {}
-    /// Nothing to release.
     ~CGeomFilterInsideVolume() override;
 
     using CGeomFilterVolume::Test;
@@ -140,6 +162,10 @@ public:
     bool Test(const CBoundingBox3d& box) override;
     bool Test(const CBoundingBox3d& box, bool& fullyAccepted) override;
     IGeomFilter* Clone() override;
+
+    /// Segment test of n segments, segment i from endpoints[2i] to endpoints[2i+1]:
+    /// accepted[i] as this class's Test(start, end).
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
 
 /// Selects what lies inside the volume or crosses its boundary.
@@ -147,15 +173,12 @@ class PLENAR_API CGeomFilterCrossingVolume : public CGeomFilterVolume {
 public:
     /// Six planes (0, 0, 1, 0), all present: the half-space z <= 0.
     CGeomFilterCrossingVolume() noexcept = default;
-    /// Copies the six planes.
     CGeomFilterCrossingVolume(const CGeomFilterCrossingVolume&) noexcept = default;
-    /// Copies the six planes.
     CGeomFilterCrossingVolume& operator=(const CGeomFilterCrossingVolume&) noexcept = default;
     /// The six planes in argument order, normals pointing out of the volume.
     CGeomFilterCrossingVolume(const CPlane& p0, const CPlane& p1, const CPlane& p2, const CPlane& p3, const CPlane& p4,
                               const CPlane& p5) noexcept
         : CGeomFilterVolume(p0, p1, p2, p3, p4, p5) {}
-    /// Nothing to release.
     ~CGeomFilterCrossingVolume() override;
 
     using CGeomFilterVolume::Test;
@@ -168,6 +191,10 @@ public:
     bool Test(const CBoundingBox3d& box) override;
     bool Test(const CBoundingBox3d& box, bool& fullyAccepted) override;
     IGeomFilter* Clone() override;
+
+    /// Segment test of n segments, segment i from endpoints[2i] to endpoints[2i+1]:
+    /// accepted[i] as this class's Test(start, end), trims and all.
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
 
 /// Selects everything; boxes are always fully accepted.
@@ -179,7 +206,6 @@ public:
     CGeomFilterSelectAll(const CGeomFilterSelectAll&) noexcept = default;
     /// Nothing to copy.
     CGeomFilterSelectAll& operator=(const CGeomFilterSelectAll&) noexcept = default;
-    /// Nothing to release.
     ~CGeomFilterSelectAll() override;
 
     bool Test(const CPoint3d&) override { return true; }
@@ -194,6 +220,13 @@ public:
     void Transform(const CTransformation&) override {}
     /// Always null: there are no bounding planes.
     const CPlane* GetFrustumPlane(int) const override { return nullptr; }
+
+    /// Every accepted[i] and fullyAccepted[i] (when not null) true.
+    void TestBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* accepted, bool* fullyAccepted) const noexcept;
+    /// Every accepted[i] true.
+    void TestPoints(const CPoint3d* points, std::size_t n, bool* accepted) const noexcept;
+    /// Every accepted[i] true; n segments from 2n endpoints.
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
 
 /// Selects what touches or crosses one plane: points and segment ends within
@@ -207,13 +240,10 @@ public:
 
     /// The plane (0, 0, 1, 0): z = 0.
     CGeomFilterPlane() noexcept = default;
-    /// Copies the plane.
     CGeomFilterPlane(const CGeomFilterPlane&) noexcept = default;
-    /// Copies the plane.
     CGeomFilterPlane& operator=(const CGeomFilterPlane&) noexcept = default;
     /// Selects what touches plane_, stored as given.
     explicit CGeomFilterPlane(const CPlane& plane_) noexcept : plane(plane_) {}
-    /// Nothing to release.
     ~CGeomFilterPlane() override;
 
     /// |distance| < EqualTol, strict.
@@ -222,7 +252,7 @@ public:
     /// strictly on opposite sides.
     bool Test(const CPoint3d& start, const CPoint3d& end) override;
     /// The box touches or straddles the plane (exact classification).
-    bool Test(const CBoundingBox3d& box) override { return plane.IntersectWith(box) == 3; }
+    bool Test(const CBoundingBox3d& box) override { return plane.IntersectWith(box) == BoxCrossing; }
     /// fullyAccepted false; the answer is the dispatched Test(box), so a subclass
     /// that overrides only Test(box) changes this answer too.
     bool Test(const CBoundingBox3d& box, bool& fullyAccepted) override {
@@ -234,6 +264,14 @@ public:
     void Transform(const CTransformation& t) override;
     /// Always null: the plane is not offered as a frustum plane.
     const CPlane* GetFrustumPlane(int) const override { return nullptr; }
+
+    /// Box test of n boxes by this class's own rule (touches or straddles, no
+    /// tolerance); fullyAccepted[i], when not null, is always false.
+    void TestBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* accepted, bool* fullyAccepted) const noexcept;
+    /// Point test of n points: |distance| < EqualTol, strict.
+    void TestPoints(const CPoint3d* points, std::size_t n, bool* accepted) const noexcept;
+    /// Segment test of n segments, segment i from endpoints[2i] to endpoints[2i+1].
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
 
 /// Selects what reaches the positive side of the plane. Points and segment ends
@@ -245,13 +283,10 @@ class PLENAR_API CGeomFilterAbovePlane : public CGeomFilterPlane {
 public:
     /// The plane (0, 0, 1, 0): selects what reaches z > -EqualTol.
     CGeomFilterAbovePlane() noexcept = default;
-    /// Copies the plane.
     CGeomFilterAbovePlane(const CGeomFilterAbovePlane&) noexcept = default;
-    /// Copies the plane.
     CGeomFilterAbovePlane& operator=(const CGeomFilterAbovePlane&) noexcept = default;
     /// Selects what reaches the positive side of plane_, stored as given.
     explicit CGeomFilterAbovePlane(const CPlane& plane_) noexcept : CGeomFilterPlane(plane_) {}
-    /// Nothing to release.
     ~CGeomFilterAbovePlane() override;
 
     bool Test(const CPoint3d& point) override { return plane.SignedDistance(point) > -EqualTol; }
@@ -260,9 +295,19 @@ public:
         return plane.SignedDistance(start) > -EqualTol || plane.SignedDistance(end) > -EqualTol;
     }
     /// Rejected only when wholly below the plane.
-    bool Test(const CBoundingBox3d& box) override { return plane.IntersectWith(box) != 2; }
+    bool Test(const CBoundingBox3d& box) override { return plane.IntersectWith(box) != BoxBelow; }
     bool Test(const CBoundingBox3d& box, bool& fullyAccepted) override;
     IGeomFilter* Clone() override;
+
+    /// Box test of n boxes by this class's rules: rejected only when wholly below,
+    /// fully accepted when wholly above. Hides CGeomFilterPlane::TestBoxes; through a
+    /// CGeomFilterPlane& the plane filter's rule applies, so call the free function
+    /// TestBoxes when the type is not known.
+    void TestBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* accepted, bool* fullyAccepted) const noexcept;
+    /// Point test of n points: distance > -EqualTol, strict.
+    void TestPoints(const CPoint3d* points, std::size_t n, bool* accepted) const noexcept;
+    /// Segment test of n segments, segment i from endpoints[2i] to endpoints[2i+1].
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
 
 /// The logical AND of a list of filters, which it owns: every member added through
@@ -290,6 +335,11 @@ public:
     /// filter is deleted before the error passes. Adding one filter twice, or one
     /// the caller still deletes, is an error.
     void Add(IGeomFilter* filter);
+    /// Appends filter, handing its ownership over; the form to prefer in new code.
+    void Add(std::unique_ptr<IGeomFilter> filter) { Add(filter.release()); }
+    /// Appends a null member, as Add(IGeomFilter*) does; only destruction tolerates
+    /// one (the queries call every member).
+    void Add(std::nullptr_t) { Add(static_cast<IGeomFilter*>(nullptr)); }
 
     /// False at the first member, in order, that refuses.
     bool Test(const CPoint3d& point) override;
@@ -304,7 +354,33 @@ public:
     void Transform(const CTransformation& t) override;
     /// The first non-null answer of the members, in order; null when none has one.
     const CPlane* GetFrustumPlane(int index) const override;
+
+    /// Box test of n boxes: the AND of the members' answers, as Test(box, flag), or
+    /// as Test(box) when fullyAccepted is null. Members whose type is a filter of
+    /// this header are tested in bulk; when any member (at any depth) is of another
+    /// type, every box goes through this class's per-item Test, so that member is
+    /// asked exactly the questions, in exactly the order, the per-item walk asks.
+    void TestBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* accepted, bool* fullyAccepted) const noexcept;
+    /// Point test of n points, on the same terms as TestBoxes.
+    void TestPoints(const CPoint3d* points, std::size_t n, bool* accepted) const noexcept;
+    /// Segment test of n segments, segment i from endpoints[2i] to endpoints[2i+1],
+    /// on the same terms as TestBoxes.
+    void TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept;
 };
+
+/// Tests n boxes with any filter: accepted[i] = filter.Test(boxes[i],
+/// fullyAccepted[i]), or filter.Test(boxes[i]) when fullyAccepted is null. When the
+/// dynamic type of filter is exactly one of this header's filters, its bulk member
+/// answers; for any other type (a client's class, also one derived from a filter
+/// here) the virtual Test is called for each box in order.
+PLENAR_API void TestBoxes(IGeomFilter& filter, const CBoundingBox3d* boxes, std::size_t n, bool* accepted,
+                          bool* fullyAccepted);
+/// Tests n points with any filter: accepted[i] = filter.Test(points[i]), dispatched
+/// as TestBoxes.
+PLENAR_API void TestPoints(IGeomFilter& filter, const CPoint3d* points, std::size_t n, bool* accepted);
+/// Tests n segments with any filter: accepted[i] = filter.Test(endpoints[2i],
+/// endpoints[2i+1]), dispatched as TestBoxes.
+PLENAR_API void TestSegments(IGeomFilter& filter, const CPoint3d* endpoints, std::size_t n, bool* accepted);
 
 }  // namespace velmor::geometry
 

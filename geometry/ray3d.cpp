@@ -5,7 +5,15 @@
 #include <geometry/transformation.h>
 
 #include <cmath>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
 #include <utility>
+
+#if defined(__x86_64__) || defined(_M_X64)
+#include <immintrin.h>
+#define PLENAR_X86_64 1
+#endif
 
 namespace velmor::geometry {
 
@@ -100,6 +108,203 @@ int CRay3d::IntersectWith(const CCircle3d& circle, double& angle1, double& angle
         if (p1 != nullptr) std::swap(q1, q2);
     }
     return n;
+}
+
+// ---------------------------------------------------------------------------
+// One ray against an array of boxes.
+//
+// The vector kernels run IntersectWith(box, hit, side) on two (SSE2) or four (AVX)
+// boxes at once: the same comparisons, the same divisions and the same products
+// and sums per box, with the branches turned into lane masks. The ray is the same
+// for every box, so an axis the direction is parallel to never divides. Each lane's
+// answer is then written out exactly as the single-box call writes it.
+
+namespace {
+
+// Writes the answers of `lanes` boxes from `first` on: the hit flags from the bits
+// of okBits, the sides already computed as ints, and the entry points of the boxes
+// that are hit (only those: a miss leaves its entry as it was).
+inline void WriteLanes(int lanes, std::size_t first, int okBits, const int* side, const double* hx, const double* hy,
+                       const double* hz, bool* hits, CPoint3d* entries, EBoxSide* sides) noexcept {
+    for (int k = 0; k < lanes; ++k) hits[first + k] = ((okBits >> k) & 1) != 0;
+    if (sides != nullptr) {
+        for (int k = 0; k < lanes; ++k) sides[first + k] = static_cast<EBoxSide>(side[k]);
+    }
+    if (entries != nullptr && okBits != 0) {
+        for (int k = 0; k < lanes; ++k) {
+            if (((okBits >> k) & 1) != 0) entries[first + k] = CPoint3d(hx[k], hy[k], hz[k]);
+        }
+    }
+}
+
+#ifdef PLENAR_X86_64
+
+// The ray's numbers broadcast, with the axes it can enter through.
+struct RayLanes {
+    double o[3];
+    double u[3];
+    bool moves[3];  // direction component exactly non-zero
+};
+
+std::size_t IntersectSse2(const RayLanes& r, const CBoundingBox3d* boxes, std::size_t n, bool* hits, CPoint3d* entries,
+                          EBoxSide* sides) noexcept {
+    const __m128d minusOne = _mm_set1_pd(-1.0), zero = _mm_setzero_pd();
+    const __m128d ones = _mm_castsi128_pd(_mm_set1_epi32(-1));
+    __m128d o[3], u[3];
+    for (int a = 0; a < 3; ++a) {
+        o[a] = _mm_set1_pd(r.o[a]);
+        u[a] = _mm_set1_pd(r.u[a]);
+    }
+    const auto select = [](__m128d mask, __m128d yes, __m128d no) {
+        return _mm_or_pd(_mm_and_pd(mask, yes), _mm_andnot_pd(mask, no));
+    };
+    std::size_t i = 0;
+    for (; i + 2 <= n; i += 2) {
+        const double* b0 = &boxes[i].x.min;
+        const double* b1 = &boxes[i + 1].x.min;
+        __m128d lo[3], hi[3], left[3], out[3], cand[3], t[3];
+        for (int a = 0; a < 3; ++a) {
+            const __m128d r0 = _mm_loadu_pd(b0 + 2 * a), r1 = _mm_loadu_pd(b1 + 2 * a);
+            lo[a] = _mm_unpacklo_pd(r0, r1);
+            hi[a] = _mm_unpackhi_pd(r0, r1);
+            left[a] = _mm_cmpgt_pd(lo[a], o[a]);
+            out[a] = _mm_or_pd(left[a], _mm_cmpgt_pd(o[a], hi[a]));
+            cand[a] = select(left[a], lo[a], hi[a]);
+            t[a] = r.moves[a] ? select(out[a], _mm_div_pd(_mm_sub_pd(cand[a], o[a]), u[a]), minusOne) : minusOne;
+        }
+        const __m128d pickY = _mm_cmpgt_pd(t[1], t[0]);
+        const __m128d txy = select(pickY, t[1], t[0]);
+        const __m128d pickZ = _mm_cmpgt_pd(t[2], txy);
+        const __m128d tt = select(pickZ, t[2], txy);
+        const __m128d entry[3] = {_mm_andnot_pd(_mm_or_pd(pickY, pickZ), ones), _mm_andnot_pd(pickZ, pickY), pickZ};
+        __m128d fail = _mm_cmplt_pd(tt, zero);
+        __m128d h[3];
+        for (int a = 0; a < 3; ++a) {
+            const __m128d p = _mm_add_pd(o[a], _mm_mul_pd(tt, u[a]));
+            const __m128d miss = _mm_or_pd(_mm_cmplt_pd(p, lo[a]), _mm_cmpgt_pd(p, hi[a]));
+            fail = _mm_or_pd(fail, _mm_andnot_pd(entry[a], miss));
+            h[a] = select(entry[a], cand[a], p);
+        }
+        const __m128d outside = _mm_or_pd(_mm_or_pd(out[0], out[1]), out[2]);
+        const __m128d empty = _mm_cmpgt_pd(lo[0], hi[0]);
+        const __m128d okOutside = _mm_andnot_pd(fail, outside);
+        const __m128d ok = _mm_andnot_pd(empty, _mm_or_pd(_mm_andnot_pd(outside, ones), okOutside));
+        // Faces 1 + 2 * axis (minimum) or 2 + 2 * axis (maximum) of the entry axis,
+        // 0 where the origin is inside or the box is missed.
+        const __m128d fx = select(left[0], _mm_set1_pd(1.0), _mm_set1_pd(2.0));
+        const __m128d fy = select(left[1], _mm_set1_pd(3.0), _mm_set1_pd(4.0));
+        const __m128d fz = select(left[2], _mm_set1_pd(5.0), _mm_set1_pd(6.0));
+        const __m128d face = select(pickZ, fz, select(pickY, fy, fx));
+        int side[4];
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(side), _mm_cvttpd_epi32(_mm_and_pd(face, _mm_and_pd(ok, outside))));
+        double hx[2], hy[2], hz[2];
+        _mm_storeu_pd(hx, select(outside, h[0], o[0]));
+        _mm_storeu_pd(hy, select(outside, h[1], o[1]));
+        _mm_storeu_pd(hz, select(outside, h[2], o[2]));
+        WriteLanes(2, i, _mm_movemask_pd(ok), side, hx, hy, hz, hits, entries, sides);
+    }
+    return i;
+}
+
+__attribute__((target("avx"))) std::size_t IntersectAvx(const RayLanes& r, const CBoundingBox3d* boxes, std::size_t n,
+                                                        bool* hits, CPoint3d* entries, EBoxSide* sides) noexcept {
+    const __m256d minusOne = _mm256_set1_pd(-1.0), zero = _mm256_setzero_pd();
+    const __m256d ones = _mm256_castsi256_pd(_mm256_set1_epi32(-1));
+    __m256d o[3], u[3];
+    for (int a = 0; a < 3; ++a) {
+        o[a] = _mm256_set1_pd(r.o[a]);
+        u[a] = _mm256_set1_pd(r.u[a]);
+    }
+    std::size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const double* b0 = &boxes[i].x.min;
+        const double* b1 = &boxes[i + 1].x.min;
+        const double* b2 = &boxes[i + 2].x.min;
+        const double* b3 = &boxes[i + 3].x.min;
+        __m256d lo[3], hi[3], left[3], out[3], cand[3], t[3];
+        for (int a = 0; a < 3; ++a) {
+            // Boxes 0 and 2 in one register, 1 and 3 in the other: the unpacks then
+            // give the four boxes in order.
+            const __m256d r02 =
+                _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(b0 + 2 * a)), _mm_loadu_pd(b2 + 2 * a), 1);
+            const __m256d r13 =
+                _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(b1 + 2 * a)), _mm_loadu_pd(b3 + 2 * a), 1);
+            lo[a] = _mm256_unpacklo_pd(r02, r13);
+            hi[a] = _mm256_unpackhi_pd(r02, r13);
+            left[a] = _mm256_cmp_pd(lo[a], o[a], _CMP_GT_OQ);
+            out[a] = _mm256_or_pd(left[a], _mm256_cmp_pd(o[a], hi[a], _CMP_GT_OQ));
+            cand[a] = _mm256_blendv_pd(hi[a], lo[a], left[a]);
+            t[a] = r.moves[a] ? _mm256_blendv_pd(minusOne, _mm256_div_pd(_mm256_sub_pd(cand[a], o[a]), u[a]), out[a])
+                              : minusOne;
+        }
+        const __m256d pickY = _mm256_cmp_pd(t[1], t[0], _CMP_GT_OQ);
+        const __m256d txy = _mm256_blendv_pd(t[0], t[1], pickY);
+        const __m256d pickZ = _mm256_cmp_pd(t[2], txy, _CMP_GT_OQ);
+        const __m256d tt = _mm256_blendv_pd(txy, t[2], pickZ);
+        const __m256d entry[3] = {_mm256_andnot_pd(_mm256_or_pd(pickY, pickZ), ones), _mm256_andnot_pd(pickZ, pickY),
+                                  pickZ};
+        __m256d fail = _mm256_cmp_pd(tt, zero, _CMP_LT_OQ);
+        __m256d h[3];
+        for (int a = 0; a < 3; ++a) {
+            const __m256d p = _mm256_add_pd(o[a], _mm256_mul_pd(tt, u[a]));
+            const __m256d miss = _mm256_or_pd(_mm256_cmp_pd(p, lo[a], _CMP_LT_OQ), _mm256_cmp_pd(p, hi[a], _CMP_GT_OQ));
+            fail = _mm256_or_pd(fail, _mm256_andnot_pd(entry[a], miss));
+            h[a] = _mm256_blendv_pd(p, cand[a], entry[a]);
+        }
+        const __m256d outside = _mm256_or_pd(_mm256_or_pd(out[0], out[1]), out[2]);
+        const __m256d empty = _mm256_cmp_pd(lo[0], hi[0], _CMP_GT_OQ);
+        const __m256d okOutside = _mm256_andnot_pd(fail, outside);
+        const __m256d ok = _mm256_andnot_pd(empty, _mm256_or_pd(_mm256_andnot_pd(outside, ones), okOutside));
+        const __m256d fx = _mm256_blendv_pd(_mm256_set1_pd(2.0), _mm256_set1_pd(1.0), left[0]);
+        const __m256d fy = _mm256_blendv_pd(_mm256_set1_pd(4.0), _mm256_set1_pd(3.0), left[1]);
+        const __m256d fz = _mm256_blendv_pd(_mm256_set1_pd(6.0), _mm256_set1_pd(5.0), left[2]);
+        const __m256d face = _mm256_blendv_pd(_mm256_blendv_pd(fx, fy, pickY), fz, pickZ);
+        int side[4];
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(side),
+                         _mm256_cvttpd_epi32(_mm256_and_pd(face, _mm256_and_pd(ok, outside))));
+        double hx[4], hy[4], hz[4];
+        _mm256_storeu_pd(hx, _mm256_blendv_pd(o[0], h[0], outside));
+        _mm256_storeu_pd(hy, _mm256_blendv_pd(o[1], h[1], outside));
+        _mm256_storeu_pd(hz, _mm256_blendv_pd(o[2], h[2], outside));
+        WriteLanes(4, i, _mm256_movemask_pd(ok), side, hx, hy, hz, hits, entries, sides);
+    }
+    return i;
+}
+
+// AVX when the processor and the system support it. PLENAR_SIMD=sse2 in the
+// environment keeps the SSE2 kernels, so that both paths can be checked on one
+// machine; the answers are the same either way.
+bool HasAvx() noexcept {
+    static const bool has = [] {
+        const char* request = std::getenv("PLENAR_SIMD");
+        const bool sse2Only = request != nullptr && std::strcmp(request, "sse2") == 0;
+        return !sse2Only && __builtin_cpu_supports("avx") != 0;
+    }();
+    return has;
+}
+
+#endif
+
+}  // namespace
+
+void CRay3d::IntersectBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* hits, CPoint3d* entries,
+                            EBoxSide* sides) const noexcept {
+    std::size_t done = 0;
+#ifdef PLENAR_X86_64
+    const RayLanes r{{origin.x, origin.y, origin.z},
+                     {direction.x, direction.y, direction.z},
+                     {direction.x != 0.0, direction.y != 0.0, direction.z != 0.0}};
+    done =
+        HasAvx() ? IntersectAvx(r, boxes, n, hits, entries, sides) : IntersectSse2(r, boxes, n, hits, entries, sides);
+#endif
+    for (std::size_t i = done; i < n; ++i) {
+        EBoxSide side = NoSide;
+        CPoint3d hit;
+        const bool ok = IntersectWith(boxes[i], hit, side);
+        hits[i] = ok;
+        if (sides != nullptr) sides[i] = side;
+        if (entries != nullptr && ok) entries[i] = hit;
+    }
 }
 
 bool CRay3d::FindClosestPoints(const CRay3d& other, CPoint3d& p1, CPoint3d& p2) const noexcept {

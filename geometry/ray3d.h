@@ -23,6 +23,7 @@
 #include <geometry/vector3d.h>
 
 #include <cmath>
+#include <cstddef>
 
 namespace velmor::geometry {
 
@@ -76,58 +77,59 @@ public:
     /// (judged on x), a box behind the origin, or a miss; side is always written,
     /// hit only on success.
     bool IntersectWith(const CBoundingBox3d& box, CPoint3d& hit, EBoxSide& side) const noexcept {
-        side = static_cast<EBoxSide>(0);
-        if (box.x.min > box.x.max) return false;
+        // Everything is read into locals first and the answer is built with selects,
+        // leaving one branch: whether to write the hit. This runs for every box a
+        // pick ray meets.
+        const double ox = origin.x, oy = origin.y, oz = origin.z;
+        const double ux = direction.x, uy = direction.y, uz = direction.z;
+        const double x0 = box.x.min, x1 = box.x.max, y0 = box.y.min, y1 = box.y.max, z0 = box.z.min, z1 = box.z.max;
+        side = NoSide;
 
-        const double o[3] = {origin.x, origin.y, origin.z};
-        const double u[3] = {direction.x, direction.y, direction.z};
-        const double lo[3] = {box.x.min, box.y.min, box.z.min};
-        const double hi[3] = {box.x.max, box.y.max, box.z.max};
+        // Per axis: whether the origin lies before (left) or beyond the slab, the near
+        // face, and the parameter of that face; -1 marks an axis that cannot be the
+        // entry (origin within the slab, or a direction exactly parallel to it).
+        const bool lx = x0 > ox, ly = y0 > oy, lz = z0 > oz;
+        const bool outX = lx || ox > x1, outY = ly || oy > y1, outZ = lz || oz > z1;
+        const double cx = lx ? x0 : x1, cy = ly ? y0 : y1, cz = lz ? z0 : z1;
+        const double tx = outX && ux != 0.0 ? (cx - ox) / (ux != 0.0 ? ux : 1.0) : -1.0;
+        const double ty = outY && uy != 0.0 ? (cy - oy) / (uy != 0.0 ? uy : 1.0) : -1.0;
+        const double tz = outZ && uz != 0.0 ? (cz - oz) / (uz != 0.0 ? uz : 1.0) : -1.0;
 
-        // Candidate plane per axis: the near face of a slab the origin lies outside;
-        // -1 marks an axis that cannot be the entry (origin within the slab, or a
-        // direction exactly parallel to it). Written with selects rather than
-        // branches: this runs for every box a pick ray meets.
-        double candidate[3];
-        double tmax[3];
-        bool left[3];
-        bool outside[3];
-        for (int i = 0; i < 3; ++i) {
-            left[i] = lo[i] > o[i];
-            const bool right = o[i] > hi[i];
-            outside[i] = left[i] || right;
-            candidate[i] = left[i] ? lo[i] : hi[i];
-            const bool usable = outside[i] && u[i] != 0.0;
-            tmax[i] = usable ? (candidate[i] - o[i]) / (usable ? u[i] : 1.0) : -1.0;
-        }
-        if (!(outside[0] || outside[1] || outside[2])) {
-            hit = origin;
-            return true;
-        }
+        // The largest parameter; strictly greater replaces, so a tie keeps the
+        // earlier axis.
+        const bool pickY = ty > tx;
+        const double txy = pickY ? ty : tx;
+        const bool pickZ = tz > txy;
+        const double t = pickZ ? tz : txy;
+        const bool entryX = !(pickY || pickZ), entryY = pickY && !pickZ;
 
-        // Strictly greater replaces, so a tie keeps the earlier axis.
-        int entry = 0;
-        entry = tmax[1] > tmax[entry] ? 1 : entry;
-        entry = tmax[2] > tmax[entry] ? 2 : entry;
-        const double t = tmax[entry];
-        if (t < 0.0) return false;
+        // The entry point must lie within the closed ranges of the other two axes; on
+        // the entry axis it is exactly the near face.
+        const double px = ox + t * ux, py = oy + t * uy, pz = oz + t * uz;
+        const bool missX = !entryX && (px < x0 || px > x1);
+        const bool missY = !entryY && (py < y0 || py > y1);
+        const bool missZ = !pickZ && (pz < z0 || pz > z1);
 
-        // The entry point must lie within the closed ranges of the other two axes;
-        // on the entry axis it is exactly the candidate plane.
-        double c[3];
-        bool within = true;
-        for (int j = 0; j < 3; ++j) {
-            const double cj = o[j] + t * u[j];
-            within = within && (j == entry || !(cj < lo[j] || cj > hi[j]));
-            c[j] = j == entry ? candidate[j] : cj;
-        }
-        if (!within) return false;
-        hit = CPoint3d(c[0], c[1], c[2]);
+        const bool outside = outX || outY || outZ;
+        const bool empty = x0 > x1;
+        const bool ok = !empty && (!outside || !(t < 0.0 || missX || missY || missZ));
+        if (!ok) return false;
         // Faces are numbered 1 + 2 * axis for the minimum and 2 + 2 * axis for the
-        // maximum.
-        side = static_cast<EBoxSide>(2 * entry + (left[entry] ? 1 : 2));
+        // maximum; an origin in the box is the hit itself, with no side.
+        const int face = entryX ? (lx ? 1 : 2) : entryY ? (ly ? 3 : 4) : (lz ? 5 : 6);
+        hit = CPoint3d(outside ? (entryX ? cx : px) : ox, outside ? (entryY ? cy : py) : oy,
+                       outside ? (pickZ ? cz : pz) : oz);
+        side = static_cast<EBoxSide>(outside ? face : 0);
         return true;
     }
+
+    /// IntersectWith(boxes[i], entries[i], sides[i]) for i in [0, n): hits[i] is the
+    /// result, sides[i] is always written and entries[i] only on a hit. entries and
+    /// sides may be null when only the hit mask is wanted. The results are the
+    /// single-box call's to the bit, whatever vector width the processor offers; the
+    /// output arrays must not overlap one another, the boxes or this ray.
+    void IntersectBoxes(const CBoundingBox3d* boxes, std::size_t n, bool* hits, CPoint3d* entries,
+                        EBoxSide* sides) const noexcept;
 
     /// The carrier line against the segment a-b. Yields the point of the segment
     /// nearest the line (endpoints included within EqualTol) and its parameter t on

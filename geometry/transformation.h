@@ -34,6 +34,8 @@
 #include <geometry/unitvector3d.h>
 #include <geometry/vector3d.h>
 
+#include <cstddef>
+
 namespace velmor::geometry {
 
 class CBoundingBox3d;
@@ -159,25 +161,34 @@ public:
 
     // ----- application --------------------------------------------------------
     // Kept inline and branch-free beyond the identity test: these run over large
-    // arrays of coordinates.
+    // arrays of coordinates. The placement is read into locals before the result is
+    // written, so that a store through the point cannot force the compiler to reload
+    // the matrix after every coordinate.
 
     /// p <- (matrix * p + translation) * scale; nothing when flagged identity.
     void Transform(CPoint3d& p) const noexcept {
         if (isIdentity) return;
+        const double m0 = matrix[0], m1 = matrix[1], m2 = matrix[2];
+        const double m3 = matrix[3], m4 = matrix[4], m5 = matrix[5];
+        const double m6 = matrix[6], m7 = matrix[7], m8 = matrix[8];
+        const double t0 = translation[0], t1 = translation[1], t2 = translation[2];
+        const double s = scale;
         const double px = p.x, py = p.y, pz = p.z;
-        const double* m = matrix;
-        p.x = (((m[0] * px + m[1] * py) + m[2] * pz) + translation[0]) * scale;
-        p.y = (((m[3] * px + m[4] * py) + m[5] * pz) + translation[1]) * scale;
-        p.z = (((m[6] * px + m[7] * py) + m[8] * pz) + translation[2]) * scale;
+        p.x = (((m0 * px + m1 * py) + m2 * pz) + t0) * s;
+        p.y = (((m3 * px + m4 * py) + m5 * pz) + t1) * s;
+        p.z = (((m6 * px + m7 * py) + m8 * pz) + t2) * s;
     }
     /// v <- (matrix * v) * scale, no translation; nothing when flagged identity.
     void Transform(CVector3d& v) const noexcept {
         if (isIdentity) return;
+        const double m0 = matrix[0], m1 = matrix[1], m2 = matrix[2];
+        const double m3 = matrix[3], m4 = matrix[4], m5 = matrix[5];
+        const double m6 = matrix[6], m7 = matrix[7], m8 = matrix[8];
+        const double s = scale;
         const double vx = v.x, vy = v.y, vz = v.z;
-        const double* m = matrix;
-        v.x = ((m[0] * vx + m[1] * vy) + m[2] * vz) * scale;
-        v.y = ((m[3] * vx + m[4] * vy) + m[5] * vz) * scale;
-        v.z = ((m[6] * vx + m[7] * vy) + m[8] * vz) * scale;
+        v.x = ((m0 * vx + m1 * vy) + m2 * vz) * s;
+        v.y = ((m3 * vx + m4 * vy) + m5 * vz) * s;
+        v.z = ((m6 * vx + m7 * vy) + m8 * vz) * s;
     }
     /// Transforms u as a vector and renormalises it; a collapsed direction becomes
     /// the zero vector. Runs the normalisation even when flagged identity.
@@ -198,6 +209,22 @@ public:
         Transform(r);
         return r;
     }
+
+    // ----- application to arrays ----------------------------------------------
+    // Each element ends up with exactly the bits the single-item call gives it (the
+    // same operations in the same order, no fused multiply-add), whatever vector
+    // width the processor offers. The arrays must not overlap the transformation.
+
+    /// Transform(points[i]) for i in [0, n), in place.
+    void TransformPoints(CPoint3d* points, std::size_t n) const noexcept { TransformPoints(points, n, points); }
+    /// out[i] = *this * in[i] for i in [0, n). in == out is allowed; otherwise the
+    /// two arrays must not overlap. A plain copy when flagged identity.
+    void TransformPoints(const CPoint3d* in, std::size_t n, CPoint3d* out) const noexcept;
+    /// Transform(vectors[i]) for i in [0, n), in place.
+    void TransformVectors(CVector3d* vectors, std::size_t n) const noexcept;
+    /// Transform(planes[i]) for i in [0, n), in place. The transformation is inverted
+    /// once for all planes instead of once per plane; the results are the same.
+    void TransformPlanes(CPlane* planes, std::size_t n) const noexcept;
 
     /// Carries the plane along: its equation goes through the inverse (a singular
     /// transformation, which cannot be inverted, uses itself), and the result is

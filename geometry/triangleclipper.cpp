@@ -96,16 +96,82 @@ void TriangleClipper::ClipToPlane(const ClipPlane& plane, const IndexedTriangle&
     }
 }
 
-void TriangleClipper::ClipToExtents(const IndexedTriangle& triangle, std::vector<IndexedTriangle>* result) {
-    working_.clear();
-    working_.push_back(triangle);
-    for (const ClipPlane& plane : clipPlanes) {
-        if (working_.empty()) break;
-        next_.clear();
-        for (const IndexedTriangle& piece : working_) ClipToPlane(plane, piece, &next_);
-        std::swap(working_, next_);
+namespace {
+
+using Triangles = std::vector<TriangleClipper::IndexedTriangle>;
+
+// The two working lists of ClipToExtents for one thread. The pieces of one triangle
+// tile its part on the kept side of every plane, a convex polygon, so the lists stay
+// a few entries long and are kept for the thread's next call.
+struct ClipScratch {
+    Triangles working;
+    Triangles next;
+    bool inUse = false;
+
+    ClipScratch() = default;
+    ClipScratch(const ClipScratch&) = delete;
+    ClipScratch& operator=(const ClipScratch&) = delete;
+    ~ClipScratch();
+};
+
+thread_local ClipScratch threadScratch;
+// Set once threadScratch has been destroyed at thread exit. Trivially destructible,
+// so it stays readable for the destructors of other thread-local objects that still
+// clip after that.
+thread_local bool threadScratchGone = false;
+
+ClipScratch::~ClipScratch() { threadScratchGone = true; }
+
+// Lends the thread's working lists to one call, or, when they are already lent
+// (a nested clip) or gone, lists owned by the lease itself. Gives them back empty,
+// also when the call leaves by an exception.
+class ScratchLease {
+public:
+    ScratchLease() {
+        if (!threadScratchGone && !threadScratch.inUse) {
+            shared_ = &threadScratch;
+            shared_->inUse = true;
+            working_ = &shared_->working;
+            next_ = &shared_->next;
+        } else {
+            working_ = &ownWorking_;
+            next_ = &ownNext_;
+        }
     }
-    result->insert(result->end(), working_.begin(), working_.end());
+    ScratchLease(const ScratchLease&) = delete;
+    ScratchLease& operator=(const ScratchLease&) = delete;
+    ~ScratchLease() {
+        if (shared_ == nullptr) return;
+        shared_->working.clear();
+        shared_->next.clear();
+        shared_->inUse = false;
+    }
+
+    Triangles& Working() { return *working_; }
+    Triangles& Next() { return *next_; }
+    void Swap() { std::swap(working_, next_); }
+
+private:
+    ClipScratch* shared_ = nullptr;
+    Triangles* working_ = nullptr;
+    Triangles* next_ = nullptr;
+    Triangles ownWorking_;
+    Triangles ownNext_;
+};
+
+}  // namespace
+
+void TriangleClipper::ClipToExtents(const IndexedTriangle& triangle, std::vector<IndexedTriangle>* result) {
+    ScratchLease scratch;
+    scratch.Working().push_back(triangle);
+    for (const ClipPlane& plane : clipPlanes) {
+        if (scratch.Working().empty()) break;
+        scratch.Next().clear();
+        for (const IndexedTriangle& piece : scratch.Working()) ClipToPlane(plane, piece, &scratch.Next());
+        scratch.Swap();
+    }
+    const Triangles& pieces = scratch.Working();
+    result->insert(result->end(), pieces.begin(), pieces.end());
 }
 
 namespace {

@@ -119,6 +119,12 @@ public:
     /// arise: within one plane they keep the order of their parents, and a split
     /// parent yields its (prev, I1, I2) piece before its (next, prev, I2) piece.
     /// With no planes the triangle is appended unchanged.
+    ///
+    /// The working lists live in per-thread storage reused from call to call, so
+    /// clipping a soup of triangles does not allocate per triangle and the clipper
+    /// carries no hidden state: several threads may clip at once with clippers of
+    /// their own (each on its own pool). A clip started on a thread while another
+    /// is still running there gets lists of its own.
     void ClipToExtents(const IndexedTriangle& triangle, std::vector<IndexedTriangle>* result);
 
     /// Clips one triangle against one plane, appending 0, 1 or 2 triangles: the
@@ -153,11 +159,6 @@ private:
     /// index or one not below the pool size). Returned by value: the pool may
     /// reallocate before the caller is done with it.
     CPoint3d Fetch(int index) const { return points->at(static_cast<std::size_t>(index)); }
-
-    // The working lists of ClipToExtents, kept between calls so that clipping a
-    // soup of triangles does not allocate per triangle.
-    std::vector<IndexedTriangle> working_;
-    std::vector<IndexedTriangle> next_;
 };
 
 /// A clipper to a 2D rectangle: keeps y <= y max, y >= y min, x <= x max and

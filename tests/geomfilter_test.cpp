@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include "support/random.h"
 #include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
@@ -412,4 +414,237 @@ TEST(GeomFilter, CloneAndTransformAgreesWithTransformingTheInput) {
         }
     }
     EXPECT_GT(agreed, 5000);
+}
+
+// ----- bulk queries -------------------------------------------------------------
+
+namespace {
+
+// Coordinates that reach every branch of the tests: ordinary values, values on a
+// dyadic grid (exactly on the axis-aligned planes below), signed zeros, the empty
+// marks and non-finite numbers.
+double Coord(plenar_test::SplitMix64& rng) {
+    const int kind = rng.Int(0, 39);
+    if (kind < 24) return rng.Uniform(-3.0, 3.0);
+    if (kind < 34) return rng.Int(-12, 12) / 4.0;
+    const double special[] = {
+        0.0, -0.0, 1e30, -1e30, std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()};
+    return special[kind - 34] * (kind == 38 && rng.Int(0, 1) ? -1.0 : 1.0);
+}
+
+P3 RandomPoint(plenar_test::SplitMix64& rng) { return P3(Coord(rng), Coord(rng), Coord(rng)); }
+
+// Mostly proper boxes, some flat, empty (min > max), cleared or non-finite.
+Box RandomBox(plenar_test::SplitMix64& rng) {
+    const int kind = rng.Int(0, 9);
+    if (kind == 0) return Box();  // the cleared box
+    if (kind == 1) return Box(RandomPoint(rng), RandomPoint(rng));
+    const P3 lo(rng.Int(-12, 12) / 4.0, rng.Int(-12, 12) / 4.0, rng.Int(-12, 12) / 4.0);
+    if (kind < 5)
+        return Box(lo, P3(lo.x + rng.Int(0, 8) / 4.0, lo.y + rng.Int(0, 8) / 4.0, lo.z + rng.Int(0, 8) / 4.0));
+    const P3 c(rng.Uniform(-2, 2), rng.Uniform(-2, 2), rng.Uniform(-2, 2));
+    const double e = kind == 9 ? -0.1 : rng.Uniform(0.0, 1.5);  // kind 9: empty on every axis
+    return Box(P3(c.x - e, c.y - e * 0.5, c.z - e), P3(c.x + e, c.y + e, c.z + e * 0.5));
+}
+
+// A plane through the grid with an axis normal (signed zeros included), or a random
+// one; rarely a NaN coefficient.
+CPlane RandomPlane(plenar_test::SplitMix64& rng) {
+    CPlane p;
+    const int kind = rng.Int(0, 19);
+    if (kind < 8) {
+        double n[3] = {rng.Int(0, 1) ? 0.0 : -0.0, rng.Int(0, 1) ? 0.0 : -0.0, rng.Int(0, 1) ? 0.0 : -0.0};
+        n[kind % 3] = kind < 4 ? 1.0 : -1.0;
+        p.a = n[0];
+        p.b = n[1];
+        p.c = n[2];
+        p.d = rng.Int(-8, 8) / 4.0;
+    } else {
+        p.Set(rng.Uniform(-1, 1), rng.Uniform(-1, 1), rng.Uniform(-1, 1), rng.Uniform(-1.5, 1.5));
+    }
+    if (kind == 19) p.b = std::numeric_limits<double>::quiet_NaN();
+    return p;
+}
+
+template <class V>
+V RandomVolumeOf(plenar_test::SplitMix64& rng) {
+    V v;
+    for (CPlane& p : v.planes) p = RandomPlane(rng);
+    if (rng.Int(0, 2) == 0) v.planes[5].d = kAbsent;
+    return v;
+}
+
+// The sizes that cross the internal runs of the bulk calls, odd and even.
+const std::size_t kSizes[] = {0, 1, 2, 3, 127, 128, 129, 256, 301};
+
+// Each bulk call of `bulk` (members or free function) against the per-item virtual
+// calls of `filter`, on fresh inputs for every size; outputs start filled with
+// `fill` so that an element left unwritten shows.
+template <class Bulk>
+void ExpectBulkEqualsPerItem(IGeomFilter& filter, plenar_test::SplitMix64& rng, Bulk bulk, const char* what) {
+    for (const std::size_t n : kSizes) {
+        std::vector<Box> boxes(n);
+        std::vector<P3> points(n), ends(2 * n);
+        for (Box& b : boxes) b = RandomBox(rng);
+        for (P3& p : points) p = RandomPoint(rng);
+        for (std::size_t i = 0; i < n; ++i) {
+            ends[2 * i] = rng.Int(0, 3) ? P3(rng.Int(-12, 12) / 4.0, rng.Uniform(-3, 3), rng.Int(-12, 12) / 4.0)
+                                        : RandomPoint(rng);
+            ends[2 * i + 1] =
+                rng.Int(0, 3) ? P3(rng.Uniform(-3, 3), rng.Int(-12, 12) / 4.0, rng.Uniform(-3, 3)) : RandomPoint(rng);
+        }
+        for (const bool fill : {false, true}) {
+            std::unique_ptr<bool[]> acc(new bool[n]), full(new bool[n]), accNoFlag(new bool[n]), pts(new bool[n]),
+                segs(new bool[n]);
+            for (std::size_t i = 0; i < n; ++i) acc[i] = full[i] = accNoFlag[i] = pts[i] = segs[i] = fill;
+            bulk.Boxes(boxes.data(), n, acc.get(), full.get());
+            bulk.Boxes(boxes.data(), n, accNoFlag.get(), nullptr);
+            bulk.Points(points.data(), n, pts.get());
+            bulk.Segments(ends.data(), n, segs.get());
+            for (std::size_t i = 0; i < n; ++i) {
+                bool f = !fill;
+                const bool a = filter.Test(boxes[i], f);
+                ASSERT_EQ(acc[i], a) << what << " box " << i << " of " << n;
+                ASSERT_EQ(full[i], f) << what << " box " << i << " of " << n;
+                ASSERT_EQ(accNoFlag[i], filter.Test(boxes[i])) << what << " box " << i << " of " << n;
+                ASSERT_EQ(pts[i], filter.Test(points[i])) << what << " point " << i << " of " << n;
+                ASSERT_EQ(segs[i], filter.Test(ends[2 * i], ends[2 * i + 1])) << what << " segment " << i;
+            }
+        }
+    }
+}
+
+// The free functions, dispatching on the dynamic type.
+struct FreeBulk {
+    IGeomFilter& f;
+    void Boxes(const Box* b, std::size_t n, bool* a, bool* full) { TestBoxes(f, b, n, a, full); }
+    void Points(const P3* p, std::size_t n, bool* a) { TestPoints(f, p, n, a); }
+    void Segments(const P3* e, std::size_t n, bool* a) { TestSegments(f, e, n, a); }
+};
+
+// The members of the concrete type F.
+template <class F>
+struct MemberBulk {
+    const F& f;
+    void Boxes(const Box* b, std::size_t n, bool* a, bool* full) { f.TestBoxes(b, n, a, full); }
+    void Points(const P3* p, std::size_t n, bool* a) { f.TestPoints(p, n, a); }
+    void Segments(const P3* e, std::size_t n, bool* a) { f.TestSegments(e, n, a); }
+};
+
+template <class F>
+void ExpectBothBulkFormsEqualPerItem(F& filter, plenar_test::SplitMix64& rng, const char* what) {
+    ExpectBulkEqualsPerItem(filter, rng, MemberBulk<F>{filter}, what);
+    ExpectBulkEqualsPerItem(filter, rng, FreeBulk{filter}, what);
+}
+
+}  // namespace
+
+TEST(GeomFilterBulk, VolumesAnswerAsTheirPerItemTests) {
+    plenar_test::SplitMix64 rng(0xB01);
+    for (int round = 0; round < 12; ++round) {
+        auto inside = RandomVolumeOf<CGeomFilterInsideVolume>(rng);
+        ExpectBothBulkFormsEqualPerItem(inside, rng, "inside");
+        auto crossing = RandomVolumeOf<CGeomFilterCrossingVolume>(rng);
+        ExpectBothBulkFormsEqualPerItem(crossing, rng, "crossing");
+    }
+    // The unit cube: grid points and segments land exactly on its faces, and
+    // segments beside its edges need the trims to accumulate.
+    CGeomFilterCrossingVolume cube;
+    ExpectBothBulkFormsEqualPerItem(UnitCube(cube), rng, "cube");
+    cube.planes[5].d = kAbsent;
+    ExpectBothBulkFormsEqualPerItem(cube, rng, "cube without plane 5");
+
+    // Ends DivideByZeroTol / 2 either side of z = 0: their weights sum to exactly
+    // DivideByZeroTol, which still moves the end above onto the plane; the moved
+    // end then lies above x >= 0.5 with the other end, and the segment is rejected.
+    // Without the move the end at x = 1 would keep part of it.
+    CGeomFilterCrossingVolume slab(CPlane(0, 0, 1, 0), CPlane(-1, 0, 0, 0.5), CPlane(1, 0, 0, -10),
+                                   CPlane(0, 1, 0, -10), CPlane(0, -1, 0, -10), CPlane(0, 0, -1, -10));
+    const double h = DivideByZeroTol / 2;
+    const P3 ends[4] = {P3(1, 0, h), P3(-1, 0, -h), P3(1, 0, 3 * h), P3(-1, 0, -0.5 * h)};
+    bool out[2] = {true, false};
+    slab.TestSegments(ends, 2, out);
+    EXPECT_FALSE(out[0] || slab.Test(ends[0], ends[1]));
+    EXPECT_TRUE(out[1] == slab.Test(ends[2], ends[3]) && !out[1]);
+}
+
+TEST(GeomFilterBulk, PlanesSelectAllAndCombinedAnswerAsTheirPerItemTests) {
+    plenar_test::SplitMix64 rng(0xB02);
+    for (int round = 0; round < 12; ++round) {
+        CGeomFilterPlane plane(RandomPlane(rng));
+        ExpectBothBulkFormsEqualPerItem(plane, rng, "plane");
+        CGeomFilterAbovePlane above(RandomPlane(rng));
+        ExpectBothBulkFormsEqualPerItem(above, rng, "above plane");
+    }
+    for (const double band : {0.25, 0.0}) {
+        // The bands follow EqualTol at the moment of the call; without a band, grid
+        // points exactly on the plane decide the sides.
+        plenar_test::ToleranceGuard tol(band);
+        CGeomFilterPlane plane(CPlane(0, 0, 1, -0.5));
+        CGeomFilterAbovePlane above(CPlane(1, 0, 0, 0.25));
+        ExpectBothBulkFormsEqualPerItem(plane, rng, "plane, other band");
+        ExpectBothBulkFormsEqualPerItem(above, rng, "above plane, other band");
+    }
+    CGeomFilterSelectAll all;
+    ExpectBothBulkFormsEqualPerItem(all, rng, "select-all");
+
+    CGeomFilterCombined empty;
+    ExpectBothBulkFormsEqualPerItem(empty, rng, "empty combined");
+    for (int round = 0; round < 6; ++round) {
+        CGeomFilterCombined combined(new CGeomFilterCrossingVolume(RandomVolumeOf<CGeomFilterCrossingVolume>(rng)),
+                                     new CGeomFilterAbovePlane(RandomPlane(rng)));
+        if (round % 2) combined.Add(new CGeomFilterSelectAll());
+        auto* nested =
+            new CGeomFilterCombined(new CGeomFilterPlane(RandomPlane(rng)),
+                                    new CGeomFilterInsideVolume(RandomVolumeOf<CGeomFilterInsideVolume>(rng)));
+        combined.Add(nested);
+        ExpectBothBulkFormsEqualPerItem(combined, rng, "combined");
+    }
+}
+
+TEST_F(GeomFilterCombinedTest, BulkFallsBackToTheVirtualTestsForOtherTypes) {
+    // A client's volume that overrides the tests: the free functions must take its
+    // answers, although its type derives from a filter with bulk members.
+    struct Inverted : CGeomFilterCrossingVolume {
+        using CGeomFilterCrossingVolume::Test;
+        bool Test(const P3& p) override { return !CGeomFilterCrossingVolume::Test(p); }
+        bool Test(const P3& a, const P3& b) override { return !CGeomFilterCrossingVolume::Test(a, b); }
+        bool Test(const Box& b) override { return !CGeomFilterCrossingVolume::Test(b); }
+        bool Test(const Box& b, bool& full) override {
+            const bool accepted = CGeomFilterCrossingVolume::Test(b, full);
+            full = !full;
+            return !accepted;
+        }
+    } inverted;
+    UnitCube(inverted);
+    plenar_test::SplitMix64 rng(0xB03);
+    ExpectBulkEqualsPerItem(inverted, rng, FreeBulk{inverted}, "client volume");
+    const Box inside(P3(0.25, 0.25, 0.25), P3(0.75, 0.75, 0.75));
+    bool accepted = true, full = false;
+    inverted.TestBoxes(&inside, 1, &accepted, &full);  // the member keeps the volume's own rule
+    EXPECT_TRUE(accepted && full);
+    TestBoxes(inverted, &inside, 1, &accepted, &full);
+    EXPECT_FALSE(accepted || full);
+
+    // A combined filter with a client member asks it exactly what the per-item walk
+    // asks, in the same order: box i is not put to b once a has refused it, and a
+    // null flag array asks the flagless box test.
+    CGeomFilterCombined c(new Probe("a", false), new Probe("b"));
+    c.Add(new CGeomFilterSelectAll());
+    const Box boxes[2];
+    const P3 ends[4];
+    bool out[2];
+    TestBoxes(c, boxes, 2, out, nullptr);
+    bool flags[2];
+    c.TestBoxes(boxes, 2, out, flags);
+    TestPoints(c, ends, 2, out);
+    TestSegments(c, ends, 2, out);
+    EXPECT_EQ(Probe::log,
+              (Log{"a box", "a box", "a box+flag", "a box+flag", "a point", "a point", "a segment", "a segment"}));
+    EXPECT_FALSE(out[0] || out[1] || flags[0] || flags[1]);
+    Probe::log.clear();
+    static_cast<Probe*>(c.filters[0])->answer = true;
+    TestBoxes(c, boxes, 2, out, flags);
+    EXPECT_EQ(Probe::log, (Log{"a box+flag", "b box+flag", "a box+flag", "b box+flag"}));
+    EXPECT_TRUE(out[0] && out[1] && flags[0] && flags[1]);
 }

@@ -151,3 +151,32 @@ TEST(PickingExample, HierarchicalPickAgreesWithBruteForce) {
     EXPECT_GT(total.boxesRejected, 0);
     EXPECT_LT(total.edgesTested, static_cast<long>(rects.size() * 12 * scene.boxes.size() / 4));
 }
+
+TEST(PickingExample, ThreadsShareTheInstancesAndGiveTheSameAnswer) {
+    // 23 instances do not split evenly between 2, 3 or 4 threads; 40 threads leave
+    // some without a share of their own.
+    const Scene scene = MakeScene(SceneSize{23, 6, 15}, 9);
+    const Camera camera = LookAtScene(scene);
+    const std::vector<ScreenRect> rects = {{0, 0, 1280, 720}, {520, 260, 800, 430}, {100, 50, 400, 700}};
+    for (const ScreenRect& rect : rects) {
+        CGeomFilterCrossingVolume volume = PickVolume(camera, rect);
+        const PickResult one = PickHierarchical(scene, volume, 1);
+        for (const int threads : {2, 3, 4, 40}) {
+            const PickResult many = PickHierarchical(scene, volume, threads);
+            EXPECT_EQ(many.picked, one.picked) << threads;
+            const PickStats &a = one.stats, &b = many.stats;
+            EXPECT_TRUE(a.instancesRejected == b.instancesRejected && a.instancesAccepted == b.instancesAccepted &&
+                        a.instancesOpened == b.instancesOpened && a.groupsRejected == b.groupsRejected &&
+                        a.groupsAccepted == b.groupsAccepted && a.groupsOpened == b.groupsOpened &&
+                        a.boxesRejected == b.boxesRejected && a.boxesAccepted == b.boxesAccepted &&
+                        a.boxesOpened == b.boxesOpened && a.edgesTested == b.edgesTested)
+                << threads;
+            // Every instance is looked at once, by exactly one share.
+            EXPECT_EQ(b.instancesRejected + b.instancesAccepted + b.instancesOpened, 23) << threads;
+        }
+    }
+    // The scene size option: about the number of boxes asked for, never empty.
+    EXPECT_EQ(SceneSizeForBoxes(100000).instances, 250);
+    EXPECT_EQ(SceneSizeForBoxes(1).instances, 1);
+    EXPECT_EQ(SceneSizeForBoxes(10000000).instances * 400L, 10000000L);
+}

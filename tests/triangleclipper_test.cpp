@@ -1,23 +1,27 @@
 #include <geometry/triangleclipper.h>
 
+#include "support/predicates.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
 #include <memory>
-#include <random>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "support/random.h"
+
 using namespace velmor::geometry;
+using namespace plenar_test;
 using P3 = CPoint3d;
 using Tri = TriangleClipper::IndexedTriangle;
 using Tris = std::vector<Tri>;
 
 namespace {
 
-bool Same(const P3& a, const P3& b) { return a.x == b.x && a.y == b.y && a.z == b.z; }
 CVector3d Normal(const P3& a, const P3& b, const P3& c) { return (b - a) * (c - a); }
 
 // Reference: twice the area, along n, of the triangle clipped one plane at a time
@@ -41,14 +45,17 @@ double ClippedTwiceArea(std::vector<P3> poly, const std::vector<ClipPlane>& plan
 
 TEST(ClipPlane, InclusiveSideAxisSelectionAndCrossing) {
     const P3 p(1, 2, 3);
-    EXPECT_TRUE(ClipPlane(true, 1, 0).IsInside(p) && ClipPlane(false, 1, 0).IsInside(p));  // on the plane: inside
-    EXPECT_FALSE(ClipPlane(true, 2.5, 1).IsInside(p) || ClipPlane(false, 2.5, 2).IsInside(p));
-    EXPECT_TRUE(ClipPlane(false, 3, 7).IsInside(p) && !ClipPlane(false, 2.9, -1).IsInside(p));  // other axes read z
-    EXPECT_TRUE(Same(ClipPlane(true, 1, 0).Intersection(P3(0, 0, 0), P3(4, 8, 12)), P3(1, 2, 3)));
-    EXPECT_TRUE(Same(ClipPlane(false, 6, 5).Intersection(P3(4, 8, 12), P3(0, 0, 0)), P3(2, 4, 6)));
+    EXPECT_TRUE(ClipPlane(true, 1, 0).IsInside(p));
+    EXPECT_TRUE(ClipPlane(false, 1, 0).IsInside(p));  // on the plane: inside
+    EXPECT_FALSE(ClipPlane(true, 2.5, 1).IsInside(p));
+    EXPECT_FALSE(ClipPlane(false, 2.5, 2).IsInside(p));
+    EXPECT_TRUE(ClipPlane(false, 3, 7).IsInside(p));
+    EXPECT_TRUE(!ClipPlane(false, 2.9, -1).IsInside(p));  // other axes read z
+    EXPECT_TRUE(SameXyz(ClipPlane(true, 1, 0).Intersection(P3(0, 0, 0), P3(4, 8, 12)), P3(1, 2, 3)));
+    EXPECT_TRUE(SameXyz(ClipPlane(false, 6, 5).Intersection(P3(4, 8, 12), P3(0, 0, 0)), P3(2, 4, 6)));
     // A parallel edge has no crossing: +inf on every axis.
     const double inf = std::numeric_limits<double>::infinity();
-    EXPECT_TRUE(Same(ClipPlane(true, 1, 1).Intersection(P3(0, 5, 0), P3(3, 5, 9)), P3(inf, inf, inf)));
+    EXPECT_TRUE(SameXyz(ClipPlane(true, 1, 1).Intersection(P3(0, 5, 0), P3(3, 5, 9)), P3(inf, inf, inf)));
 }
 
 TEST(TriangleClipper, ExtentPlanesInClippingOrder) {
@@ -59,9 +66,10 @@ TEST(TriangleClipper, ExtentPlanesInClippingOrder) {
     ASSERT_EQ(clipper.clipPlanes.size(), 6u);
     for (int i = 0; i < 6; ++i) {
         const ClipPlane& c = clipper.clipPlanes[i];
-        EXPECT_TRUE(clipper.extentPlanes[i] == i && c.keepGreater == expected[i].keepGreater &&
-                    c.value == expected[i].value && c.axis == expected[i].axis)
-            << i;
+        EXPECT_EQ(clipper.extentPlanes[i], i) << i;
+        EXPECT_EQ(c.keepGreater, expected[i].keepGreater) << i;
+        EXPECT_EQ(c.value, expected[i].value) << i;
+        EXPECT_EQ(c.axis, expected[i].axis) << i;
     }
     TriangleClipper2D flat(&pool, CBoundingBox2d(CPoint2d(0, 0), CPoint2d(1, 1)));
     EXPECT_EQ(flat.clipPlanes.size(), 4u);
@@ -93,7 +101,9 @@ TEST(TriangleClipper, SplitShortenAndPiecesInOrderAcrossPlanes) {
     EXPECT_EQ(result, (Tris{{{0, 3, 4}}, {{2, 0, 5}}}));
     ASSERT_EQ(pool.size(), 6u);
     const P3 i2 = P3(2, 0.5, 0) + (P3(0.5, 0.9, 7) - P3(2, 0.5, 0)) * ((1.0 - 2.0) / (0.5 - 2.0));
-    EXPECT_TRUE(Same(pool[3], P3(1, 0.5, 0)) && Same(pool[4], i2) && Same(pool[5], i2));
+    EXPECT_TRUE(SameXyz(pool[3], P3(1, 0.5, 0)));
+    EXPECT_TRUE(SameXyz(pool[4], i2));
+    EXPECT_TRUE(SameXyz(pool[5], i2));
     EXPECT_DOUBLE_EQ(pool[4].z, 14.0 / 3.0);  // z follows the cut edge
 
     // Only vertex 1 is kept: it, the point on edge 1-2, then on 0-1.
@@ -103,10 +113,12 @@ TEST(TriangleClipper, SplitShortenAndPiecesInOrderAcrossPlanes) {
     one.ClipToExtents({{0, 1, 2}}, &result);
     EXPECT_EQ(result, (Tris{{{1, 3, 4}}}));
     ASSERT_EQ(pool2.size(), 5u);
-    EXPECT_TRUE(Same(pool2[3], P3(1, 1, 0)) && Same(pool2[4], P3(1, 0, 0)));
+    EXPECT_TRUE(SameXyz(pool2[3], P3(1, 1, 0)));
+    EXPECT_TRUE(SameXyz(pool2[4], P3(1, 0, 0)));
     one.ShortenTriangle(one.clipPlanes[0], {{0, 1, 2}}, 3, &result);  // out-of-range positions: nothing
     one.SplitTriangle(one.clipPlanes[0], {{0, 1, 2}}, -1, &result);
-    EXPECT_TRUE(result.size() == 1u && pool2.size() == 5u);
+    EXPECT_EQ(result.size(), 1u);
+    EXPECT_EQ(pool2.size(), 5u);
 
     // y max splits first into (1, 3, 4), (0, 1, 5); x max then shortens the first
     // (keeping 4) and splits the second.
@@ -115,13 +127,17 @@ TEST(TriangleClipper, SplitShortenAndPiecesInOrderAcrossPlanes) {
     clipper.ClipToExtents({{0, 1, 2}}, &result);
     EXPECT_EQ(result, (Tris{{{4, 6, 7}}, {{0, 8, 9}}, {{5, 0, 10}}}));
     ASSERT_EQ(pool.size(), 11u);
-    EXPECT_TRUE(Same(pool[3], P3(1.5, 1, 0)) && Same(pool[4], P3(0.5, 1, 0)) && Same(pool[5], P3(0.5, 1, 0)));
-    EXPECT_TRUE(Same(pool[7], P3(1, 1, 0)) && Same(pool[8], P3(1, 0.5, 0)) && Same(pool[9], pool[10]));
+    EXPECT_TRUE(SameXyz(pool[3], P3(1.5, 1, 0)));
+    EXPECT_TRUE(SameXyz(pool[4], P3(0.5, 1, 0)));
+    EXPECT_TRUE(SameXyz(pool[5], P3(0.5, 1, 0)));
+    EXPECT_TRUE(SameXyz(pool[7], P3(1, 1, 0)));
+    EXPECT_TRUE(SameXyz(pool[8], P3(1, 0.5, 0)));
+    EXPECT_TRUE(SameXyz(pool[9], pool[10]));
 }
 
 TEST(TriangleClipper, RandomTrianglesKeepWindingAndArea) {
-    std::mt19937_64 rng(20240611);
-    std::uniform_real_distribution<double> u(-1.0, 2.0);
+    plenar_test::SplitMix64 rng(20240611);
+    plenar_test::UniformReal u(-1.0, 2.0);
     std::vector<P3> pool;
     TriangleClipper3D clipper(&pool, CBoundingBox3d(P3(0, 0, 0), P3(1, 1, 1)));
     int pieces = 0;
@@ -160,11 +176,13 @@ TEST(TriangleClipper, BadIndicesThrowBeforeAnythingIsAppended) {
         } catch (const std::out_of_range& e) {
             EXPECT_EQ(std::string(e.what()).rfind("vector::_M_range_check", 0), 0u) << e.what();
         }
-        EXPECT_TRUE(result.size() == 1u && pool.size() == 3u);
+        EXPECT_EQ(result.size(), 1u);
+        EXPECT_EQ(pool.size(), 3u);
     }
     EXPECT_THROW(clipper.ClipToPlane(clipper.clipPlanes[0], {{0, 1, 7}}, &result), std::out_of_range);
     clipper.ClipToExtents({{0, 1, 2}}, &result);  // still usable: x max and y max each cut
-    EXPECT_TRUE(result.size() == 1u + 3u && pool.size() == 3u + 3u + 2u + 3u);
+    EXPECT_TRUE(result.size() == 1u + 3u);
+    EXPECT_TRUE(pool.size() == 3u + 3u + 2u + 3u);
 }
 
 TEST(TriangleClipper, AddIndexedTriangleCopiesPointsThatLiveInThePool) {
@@ -178,7 +196,7 @@ TEST(TriangleClipper, AddIndexedTriangleCopiesPointsThatLiveInThePool) {
     EXPECT_EQ(clipper.AddIndexedTriangle(1, 2, pool[1]), (Tri{{1, 2, 8}}));
     const double xs[9] = {1, 4, 7, 1, 4, 7, 7, 1, 4};
     ASSERT_EQ(pool.size(), 9u);
-    for (std::size_t i = 0; i < 9; ++i) EXPECT_TRUE(Same(pool[i], P3(xs[i], xs[i] + 1, xs[i] + 2))) << i;
+    for (std::size_t i = 0; i < 9; ++i) EXPECT_TRUE(SameXyz(pool[i], P3(xs[i], xs[i] + 1, xs[i] + 2))) << i;
 }
 
 TEST(TriangleClipper, NonFiniteVerticesFinish) {
@@ -189,4 +207,72 @@ TEST(TriangleClipper, NonFiniteVerticesFinish) {
     for (const Tri& t : {Tri{{0, 1, 3}}, Tri{{0, 2, 3}}, Tri{{1, 2, 1}}}) clipper.ClipToExtents(t, &result);
     for (const Tri& t : result)
         for (int i : t.indices) EXPECT_LT(static_cast<std::size_t>(i), pool.size());
+}
+
+namespace {
+
+// Clips a fixed soup of small triangles scattered around the unit box on a pool of
+// its own, so that the pieces and the pool can be compared bit for bit.
+struct SoupClip {
+    std::vector<P3> pool;
+    Tris result;
+
+    void Run() {
+        plenar_test::SplitMix64 rng(4242);
+        pool.clear();
+        result.clear();
+        for (int i = 0; i < 600; ++i) {
+            const P3 c(rng.Uniform(-0.5, 1.5), rng.Uniform(-0.5, 1.5), rng.Uniform(-0.5, 1.5));
+            for (int k = 0; k < 3; ++k)
+                pool.emplace_back(c.x + rng.Uniform(-0.4, 0.4), c.y + rng.Uniform(-0.4, 0.4),
+                                  c.z + rng.Uniform(-0.4, 0.4));
+        }
+        TriangleClipper3D clipper(&pool, CBoundingBox3d(P3(0, 0, 0), P3(1, 1, 1)));
+        for (int i = 0; i < 600; ++i) clipper.ClipToExtents({{3 * i, 3 * i + 1, 3 * i + 2}}, &result);
+    }
+    bool operator==(const SoupClip& o) const {
+        if (result != o.result || pool.size() != o.pool.size()) return false;
+        for (std::size_t i = 0; i < pool.size(); ++i)
+            if (!SameXyz(pool[i], o.pool[i])) return false;
+        return true;
+    }
+};
+
+// Clips when its thread ends; made before the thread's first clip, so it is
+// destroyed after the clipper's per-thread working lists.
+struct ClipsAtThreadExit {
+    SoupClip* out = nullptr;
+    ~ClipsAtThreadExit() {
+        if (out != nullptr) out->Run();
+    }
+};
+thread_local ClipsAtThreadExit clipsAtThreadExit;
+
+}  // namespace
+
+TEST(TriangleClipper, ClippersOnSeveralThreadsGiveTheSingleThreadAnswer) {
+    SoupClip reference;
+    reference.Run();
+    ASSERT_GT(reference.pool.size(), 1800u + 600u);  // many triangles were cut
+
+    // The per-thread working lists must not be shared: four threads clipping at once
+    // each get the single-thread pieces and pool.
+    std::vector<SoupClip> runs(4);
+    std::vector<std::thread> threads;
+    for (SoupClip& run : runs)
+        threads.emplace_back([&run] {
+            for (int repeat = 0; repeat < 20; ++repeat) run.Run();
+        });
+    for (std::thread& t : threads) t.join();
+    for (const SoupClip& run : runs) EXPECT_TRUE(run == reference);
+
+    // A clip from a thread-local destructor that runs after the working lists are
+    // gone still works.
+    SoupClip atExit;
+    std::thread([&atExit] {
+        clipsAtThreadExit.out = &atExit;
+        SoupClip first;
+        first.Run();
+    }).join();
+    EXPECT_TRUE(atExit == reference);
 }

@@ -1,0 +1,437 @@
+#include <geometry/boxtree.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "support/random.h"
+
+using namespace velmor::geometry;
+using Box = CBoundingBox3d;
+using P3 = CPoint3d;
+
+namespace {
+
+using Rng = plenar_test::SplitMix64;
+
+const double kNaN = std::numeric_limits<double>::quiet_NaN();
+const double kInf = std::numeric_limits<double>::infinity();
+
+// A scene of mixed boxes: ordinary ones, duplicates, flat and point boxes, boxes on a
+// dyadic grid sharing faces, and now and then an empty or non-finite one.
+std::vector<Box> RandomScene(Rng& rng, int n, double scale, double offset) {
+    std::vector<Box> boxes;
+    for (int i = 0; i < n; ++i) {
+        const int kind = rng.Int(0, 19);
+        const P3 lo(offset + scale * rng.Uniform(-10, 10), offset + scale * rng.Uniform(-10, 10),
+                    offset + scale * rng.Uniform(-10, 10));
+        Box b(lo,
+              P3(lo.x + scale * rng.Uniform(0, 3), lo.y + scale * rng.Uniform(0, 3), lo.z + scale * rng.Uniform(0, 3)));
+        if (kind == 0 && !boxes.empty()) b = boxes[rng.Int(0, static_cast<int>(boxes.size()) - 1)];
+        if (kind == 1) b.z.max = b.z.min;  // flat
+        if (kind == 2) b = Box(lo, lo);    // a point
+        if (kind == 3) {                   // a grid cell, sharing faces with its neighbours
+            const P3 g(offset + scale * rng.Int(-4, 4), offset + scale * rng.Int(-4, 4),
+                       offset + scale * rng.Int(-4, 4));
+            b = Box(g, P3(g.x + scale, g.y + scale, g.z + scale));
+        }
+        if (kind == 4 && rng.Int(0, 3) == 0) {
+            switch (rng.Int(0, 4)) {
+                case 0:
+                    b.Clear();
+                    break;
+                case 1:
+                    b.y = CRange(1, -1);
+                    break;  // empty on y only
+                case 2:
+                    b.x.min = kNaN;
+                    break;
+                case 3:
+                    b.z.max = kInf;
+                    break;
+                default:
+                    b = Box(P3(kNaN, kNaN, kNaN), P3(kNaN, kNaN, kNaN));
+                    break;
+            }
+        }
+        boxes.push_back(b);
+    }
+    return boxes;
+}
+
+struct Accepted {
+    long index;
+    bool full;
+    bool operator==(const Accepted& o) const { return index == o.index && full == o.full; }
+};
+
+std::vector<Accepted> BruteFilter(const std::vector<Box>& boxes, IGeomFilter& filter) {
+    std::vector<Accepted> out;
+    for (std::size_t i = 0; i < boxes.size(); ++i) {
+        bool full = false;
+        if (filter.Test(boxes[i], full)) out.push_back({static_cast<long>(i), full});
+    }
+    return out;
+}
+
+std::vector<Accepted> TreeFilter(const CBoxTree& tree, IGeomFilter& filter) {
+    std::vector<Accepted> out;
+    tree.Visit(filter, [&](long index, bool full) {
+        out.push_back({index, full});
+        return true;
+    });
+    std::sort(out.begin(), out.end(), [](const Accepted& a, const Accepted& b) { return a.index < b.index; });
+    return out;
+}
+
+// Every box the ray meets, ordered by entry parameter then index. The entry
+// parameter is the one the box test computes: 0 inside, else the entry face's
+// coordinate less the origin's over the direction.
+std::vector<CBoxTree::RayHit> BruteRay(const std::vector<Box>& boxes, const CRay3d& ray) {
+    std::vector<CBoxTree::RayHit> out;
+    const double o[3] = {ray.origin.x, ray.origin.y, ray.origin.z};
+    const double u[3] = {ray.direction.x, ray.direction.y, ray.direction.z};
+    for (std::size_t i = 0; i < boxes.size(); ++i) {
+        CBoxTree::RayHit h{static_cast<long>(i), 0.0, P3(), NoSide};
+        if (!ray.IntersectWith(boxes[i], h.point, h.side)) continue;
+        if (h.side != NoSide) {
+            const int axis = (h.side - 1) / 2;
+            const double c[3] = {h.point.x, h.point.y, h.point.z};
+            h.t = (c[axis] - o[axis]) / u[axis];
+        }
+        out.push_back(h);
+    }
+    std::sort(out.begin(), out.end(), [](const CBoxTree::RayHit& a, const CBoxTree::RayHit& b) {
+        return a.t < b.t || (a.t == b.t && a.index < b.index);
+    });
+    return out;
+}
+
+bool SameHits(const std::vector<CBoxTree::RayHit>& a, const std::vector<CBoxTree::RayHit>& b) {
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        const CBoxTree::RayHit &x = a[i], &y = b[i];
+        const bool samePoint = (x.point.x == y.point.x || (std::isnan(x.point.x) && std::isnan(y.point.x))) &&
+                               (x.point.y == y.point.y || (std::isnan(x.point.y) && std::isnan(y.point.y))) &&
+                               (x.point.z == y.point.z || (std::isnan(x.point.z) && std::isnan(y.point.z)));
+        if (x.index != y.index || x.t != y.t || x.side != y.side || !samePoint) return false;
+    }
+    return true;
+}
+
+std::vector<CBoxTree::RayHit> TreeRay(const CBoxTree& tree, const CRay3d& ray, std::size_t stopAfter = SIZE_MAX) {
+    std::vector<CBoxTree::RayHit> out;
+    tree.VisitRay(ray, [&](const CBoxTree::RayHit& h) {
+        out.push_back(h);
+        return out.size() < stopAfter;
+    });
+    return out;
+}
+
+// A random convex volume around c: six planes with random outward normals.
+template <class V>
+void RandomVolume(Rng& rng, V& volume, const P3& c, double size) {
+    for (CPlane& p : volume.planes) {
+        const CUnitVector3d n(rng.Uniform(-1, 1), rng.Uniform(-1, 1), rng.Uniform(-1, 1));
+        p.Set(P3(c, size * rng.Uniform(0.2, 1.5), n), n);
+    }
+}
+
+// A ray from somewhere in or around the scene; a third of them along an axis or a
+// diagonal, through grid points, so that they run along shared faces and edges.
+CRay3d RandomRay(Rng& rng, double scale, double offset) {
+    CRay3d ray;
+    if (rng.Int(0, 2) == 0) {
+        ray.origin =
+            P3(offset + scale * rng.Int(-12, 12), offset + scale * rng.Int(-12, 12), offset + scale * rng.Int(-12, 12));
+        const double d[3] = {static_cast<double>(rng.Int(-1, 1)), static_cast<double>(rng.Int(-1, 1)),
+                             static_cast<double>(rng.Int(-1, 1))};
+        ray.direction = CUnitVector3d(d[0], d[1], d[2] == 0 && d[0] == 0 && d[1] == 0 ? 1.0 : d[2]);
+    } else {
+        ray.origin = P3(offset + scale * rng.Uniform(-20, 20), offset + scale * rng.Uniform(-20, 20),
+                        offset + scale * rng.Uniform(-20, 20));
+        const P3 target(offset + scale * rng.Uniform(-8, 8), offset + scale * rng.Uniform(-8, 8),
+                        offset + scale * rng.Uniform(-8, 8));
+        ray.direction = CUnitVector3d(target - ray.origin);
+    }
+    return ray;
+}
+
+}  // namespace
+
+TEST(BoxTree, FilterQueriesMatchTestingEveryBox) {
+    Rng rng(71);
+    const int sizes[] = {0, 1, 2, 5, 40, 700, 3000};
+    const struct { double scale, offset; } frames[] = {{1.0, 0.0}, {1e-9, 0.0}, {1e-3, 1e9}};
+    for (const auto& frame : frames) {
+        for (int n : sizes) {
+            const std::vector<Box> boxes = RandomScene(rng, n, frame.scale, frame.offset);
+            for (CBoxTree::ESplit split : {CBoxTree::SurfaceArea, CBoxTree::Median}) {
+                for (int leaf : {1, 4, 16}) {
+                    const CBoxTree tree(boxes.data(), boxes.size(), split, leaf);
+                    ASSERT_EQ(tree.Size(), boxes.size());
+                    for (int q = 0; q < 12; ++q) {
+                        const P3 c(frame.offset + frame.scale * rng.Uniform(-10, 10),
+                                   frame.offset + frame.scale * rng.Uniform(-10, 10),
+                                   frame.offset + frame.scale * rng.Uniform(-10, 10));
+                        std::unique_ptr<IGeomFilter> filter;
+                        switch (q % 6) {
+                            case 0: {
+                                auto v = std::make_unique<CGeomFilterCrossingVolume>();
+                                RandomVolume(rng, *v, c, 8 * frame.scale);
+                                filter = std::move(v);
+                                break;
+                            }
+                            case 1: {
+                                auto v = std::make_unique<CGeomFilterInsideVolume>();
+                                RandomVolume(rng, *v, c, 8 * frame.scale);
+                                v->planes[5].d = CGeomFilterVolume::AbsentPlaneD;
+                                filter = std::move(v);
+                                break;
+                            }
+                            case 2:
+                                filter = std::make_unique<CGeomFilterPlane>(CPlane(c, CUnitVector3d(1, 2, 3)));
+                                break;
+                            case 3:
+                                filter = std::make_unique<CGeomFilterAbovePlane>(CPlane(c, CUnitVector3d(0, 0, 1)));
+                                break;
+                            case 4:
+                                filter = std::make_unique<CGeomFilterSelectAll>();
+                                break;
+                            default: {
+                                auto v = new CGeomFilterCrossingVolume();
+                                RandomVolume(rng, *v, c, 10 * frame.scale);
+                                filter = std::make_unique<CGeomFilterCombined>(
+                                    v, new CGeomFilterAbovePlane(CPlane(c, CUnitVector3d(1, 0, 0))));
+                            }
+                        }
+                        const std::vector<Accepted> expected = BruteFilter(boxes, *filter);
+                        ASSERT_EQ(TreeFilter(tree, *filter), expected) << "n " << n << " query " << q;
+                        std::vector<long> collected = {-7};  // appended to, not cleared
+                        tree.Collect(*filter, collected);
+                        ASSERT_EQ(collected.size(), expected.size() + 1);
+                        for (std::size_t i = 0; i < expected.size(); ++i)
+                            ASSERT_EQ(collected[i + 1], expected[i].index);
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(BoxTree, RayVisitsEveryHitNearestFirst) {
+    Rng rng(2718);
+    const struct { double scale, offset; } frames[] = {{1.0, 0.0}, {1.0 / 1024, 0.0}, {1e-3, 1e9}, {1e6, -3e12}};
+    for (const auto& frame : frames) {
+        for (int n : {0, 1, 3, 60, 2500}) {
+            const std::vector<Box> boxes = RandomScene(rng, n, frame.scale, frame.offset);
+            for (CBoxTree::ESplit split : {CBoxTree::SurfaceArea, CBoxTree::Median}) {
+                const CBoxTree tree(boxes.data(), boxes.size(), split, split == CBoxTree::Median ? 2 : 4);
+                for (int q = 0; q < 40; ++q) {
+                    const CRay3d ray = RandomRay(rng, frame.scale, frame.offset);
+                    const std::vector<CBoxTree::RayHit> expected = BruteRay(boxes, ray);
+                    ASSERT_TRUE(SameHits(TreeRay(tree, ray), expected)) << "n " << n << " ray " << q;
+                    std::vector<CBoxTree::RayHit> collected;
+                    tree.CollectRay(ray, collected);
+                    ASSERT_TRUE(SameHits(collected, expected));
+                    // Stopping early gives the nearest hits, and only those.
+                    const std::size_t k = expected.size() / 2 + 1;
+                    const std::vector<CBoxTree::RayHit> prefix = TreeRay(tree, ray, k);
+                    ASSERT_TRUE(
+                        SameHits(prefix, std::vector<CBoxTree::RayHit>(
+                                             expected.begin(), expected.begin() + std::min(k, expected.size()))));
+                }
+            }
+        }
+    }
+}
+
+TEST(BoxTree, RaysAlongSharedFacesAndEdgesOfAGrid) {
+    // Unit cells sharing faces, edges and corners; rays run exactly along the shared
+    // planes and lines, where the box test counts closed faces and a node test that
+    // rounded the wrong way would lose whole subtrees.
+    std::vector<Box> boxes;
+    for (int i = 0; i < 12; ++i)
+        for (int j = 0; j < 12; ++j)
+            for (int k = 0; k < 6; ++k) boxes.push_back(Box(P3(i, j, k), P3(i + 1, j + 1, k + 1)));
+    const CBoxTree tree(boxes.data(), boxes.size());
+    Rng rng(99);
+    int total = 0;
+    for (int q = 0; q < 400; ++q) {
+        CRay3d ray;
+        ray.origin = P3(rng.Int(-2, 14), rng.Int(-2, 14), rng.Int(-2, 8));
+        if (q % 2 == 0) ray.origin.x += 0.5;
+        double d[3] = {static_cast<double>(rng.Int(-1, 1)), static_cast<double>(rng.Int(-1, 1)),
+                       static_cast<double>(rng.Int(-1, 1))};
+        if (d[0] == 0 && d[1] == 0 && d[2] == 0) d[0] = 1;
+        ray.direction = CUnitVector3d(d[0], d[1], d[2]);
+        const std::vector<CBoxTree::RayHit> expected = BruteRay(boxes, ray);
+        total += static_cast<int>(expected.size());
+        ASSERT_TRUE(SameHits(TreeRay(tree, ray), expected)) << q;
+    }
+    EXPECT_GT(total, 1000);  // the rays do run through the grid
+}
+
+TEST(BoxTree, RaysAimedAtCornersAndManyBoxesAroundTheOrigin) {
+    // Rays aimed exactly at box corners graze the faces of the nodes those corners
+    // bound; whether the box test counts such a box depends on the last bit of its
+    // arithmetic, and the tree must follow it either way.
+    Rng rng(4242);
+    for (double offset : {0.0, 1e7}) {
+        const std::vector<Box> boxes = RandomScene(rng, 3000, 0.37, offset);
+        const CBoxTree tree(boxes.data(), boxes.size(), CBoxTree::SurfaceArea, 1);
+        for (int q = 0; q < 600; ++q) {
+            const Box& b = boxes[rng.Int(0, 2999)];
+            if (!b.IsValidObj() || b.x.IsEmpty() || b.y.IsEmpty() || b.z.IsEmpty()) continue;
+            CRay3d ray;
+            ray.origin =
+                P3(offset + rng.Uniform(-30, 30), offset + rng.Uniform(-30, 30), offset + rng.Uniform(-30, 30));
+            ray.direction = CUnitVector3d(b.GetCorner(rng.Int(0, 7)) - ray.origin);
+            ASSERT_TRUE(SameHits(TreeRay(tree, ray), BruteRay(boxes, ray))) << q;
+        }
+    }
+
+    // More boxes than one batch holds around the origin, all entered at t = 0: they
+    // come in index order, across batches, however the nodes mix the indices.
+    std::vector<Box> around;
+    for (int i = 0; i < 300; ++i) {
+        const double r = rng.Uniform(0.5, 3.0);
+        const P3 c(rng.Uniform(-0.4, 0.4), rng.Uniform(-0.4, 0.4), rng.Uniform(-0.4, 0.4));
+        around.push_back(i % 3 == 0 ? Box(P3(c.x - r, c.y - r, c.z - r), P3(c.x + r, c.y + r, c.z + r))
+                                    : Box(P3(c.x + 5, c.y, c.z), P3(c.x + 6, c.y + r, c.z + r)));
+    }
+    const CBoxTree tree(around.data(), around.size(), CBoxTree::SurfaceArea, 2);
+    const CRay3d ray(P3(0, 0, 0), CUnitVector3d(1, 0, 0));
+    const std::vector<CBoxTree::RayHit> expected = BruteRay(around, ray);
+    ASSERT_GT(expected.size(), 2u * CBoxTree::RayBatch);
+    EXPECT_TRUE(SameHits(TreeRay(tree, ray), expected));
+}
+
+TEST(BoxTree, DepthIsBoundedAndDegenerateInputsAreHandled) {
+    // Sizes growing geometrically tempt the surface-area split into peeling one box
+    // at a time; identical boxes give it no split at all.
+    std::vector<Box> nested, same(5000, Box(P3(1, 2, 3), P3(4, 5, 6)));
+    for (int k = 0; k < 5000; ++k) {
+        const double s = std::pow(1.01, k);
+        nested.push_back(Box(P3(s, 0, 0), P3(2 * s, 1, 1)));
+    }
+    for (const std::vector<Box>* boxes : {&nested, &same}) {
+        for (CBoxTree::ESplit split : {CBoxTree::SurfaceArea, CBoxTree::Median}) {
+            const CBoxTree tree(boxes->data(), boxes->size(), split, 1);
+            EXPECT_LE(tree.Depth(), CBoxTree::MaxDepth);
+            EXPECT_EQ(tree.NodeCount(), 2 * boxes->size() - 1);
+            CGeomFilterAbovePlane above(CPlane(P3(300, 0, 0), CUnitVector3d(1, 0, 0)));
+            EXPECT_EQ(TreeFilter(tree, above), BruteFilter(*boxes, above));
+            const CRay3d ray(P3(-1, 0.5, 0.5), CUnitVector3d(1, 0, 0));
+            EXPECT_TRUE(SameHits(TreeRay(tree, ray), BruteRay(*boxes, ray)));
+        }
+    }
+
+    // Only empty and non-finite boxes: no nodes, every box tested directly.
+    const std::vector<Box> odd = {Box(), Box(P3(kNaN, 0, 0), P3(1, 1, 1)), Box(P3(0, 0, 0), P3(1, kInf, 1))};
+    const CBoxTree oddTree(odd.data(), odd.size());
+    EXPECT_EQ(oddTree.NodeCount(), 0u);
+    EXPECT_EQ(oddTree.Depth(), -1);
+    CGeomFilterSelectAll all;
+    EXPECT_EQ(TreeFilter(oddTree, all), BruteFilter(odd, all));
+    const CRay3d ray(P3(0.5, -1, 0.5), CUnitVector3d(0, 1, 0));
+    EXPECT_TRUE(SameHits(TreeRay(oddTree, ray), BruteRay(odd, ray)));
+
+    // A ray that is not finite meets nothing; a null array is refused.
+    const Box unit(P3(0, 0, 0), P3(1, 1, 1));
+    const CBoxTree one(&unit, 1);
+    EXPECT_EQ(one.Depth(), 0);
+    EXPECT_EQ(TreeRay(one, CRay3d(P3(kNaN, 0, 0), CUnitVector3d(0, 0, 1))).size(), 0u);
+    EXPECT_EQ(TreeRay(one, CRay3d(P3(0.5, 0.5, -1), CUnitVector3d(0, 0, 1))).size(), 1u);
+    CBoxTree refused;
+    EXPECT_FALSE(refused.Build(nullptr, 3));
+    EXPECT_EQ(refused.Size(), 0u);
+}
+
+TEST(BoxTree, NodesNestAndPartitionTheBoxes) {
+    // Whatever the split, every inner node's children split its run of boxes in
+    // two and lie in its box, leaves hold at most leafSize boxes, and the walk's
+    // depth bound holds. A broken link would leave
+    // the answers right and the walk linear, which no answer can show.
+    Rng rng(8);
+    const std::vector<Box> boxes = RandomScene(rng, 2000, 1.0, 0.0);
+    for (CBoxTree::ESplit split : {CBoxTree::SurfaceArea, CBoxTree::Median}) {
+        for (int leaf : {1, 3, 8}) {
+            const CBoxTree tree(boxes.data(), boxes.size(), split, leaf);
+            const std::vector<CBoxTree::Node>& nodes = tree.Nodes();
+            ASSERT_FALSE(nodes.empty());
+            std::size_t inTree = 0, leaves = 0;
+            auto inside = [](const Box& in, const Box& out) {
+                return out.x.min <= in.x.min && in.x.max <= out.x.max && out.y.min <= in.y.min &&
+                       in.y.max <= out.y.max && out.z.min <= in.z.min && in.z.max <= out.z.max;
+            };
+            for (std::size_t i = 0; i < nodes.size(); ++i) {
+                const CBoxTree::Node& n = nodes[i];
+                EXPECT_LE(n.depth, CBoxTree::MaxDepth);
+                if (n.right == 0) {
+                    ++leaves;
+                    EXPECT_GE(n.count, 1);
+                    EXPECT_LE(n.count, leaf);
+                    inTree += static_cast<std::size_t>(n.count);
+                    continue;
+                }
+                ASSERT_GT(static_cast<std::size_t>(n.right), i + 1);
+                ASSERT_LT(static_cast<std::size_t>(n.right), nodes.size());
+                const CBoxTree::Node &l = nodes[i + 1], &r = nodes[static_cast<std::size_t>(n.right)];
+                EXPECT_EQ(l.first, n.first);
+                EXPECT_EQ(r.first, l.first + l.count);
+                EXPECT_EQ(l.count + r.count, n.count);
+                EXPECT_EQ(l.depth, n.depth + 1);
+                EXPECT_EQ(r.depth, n.depth + 1);
+                EXPECT_TRUE(inside(l.box, n.box) && inside(r.box, n.box));
+            }
+            EXPECT_EQ(nodes[0].count, static_cast<std::int32_t>(inTree));
+            EXPECT_EQ(nodes.size(), 2 * leaves - 1);
+            EXPECT_GT(leaves, boxes.size() / (2 * static_cast<std::size_t>(leaf)));
+            // A select-all walk reports every box exactly once.
+            CGeomFilterSelectAll all;
+            std::vector<int> seen(boxes.size(), 0);
+            tree.Visit(all, [&](long index, bool) {
+                ++seen[static_cast<std::size_t>(index)];
+                return true;
+            });
+            for (int count : seen) ASSERT_EQ(count, 1);
+        }
+    }
+}
+
+TEST(BoxTree, StoppingTheFilterWalkAndConcurrentQueries) {
+    Rng rng(5);
+    const std::vector<Box> boxes = RandomScene(rng, 4000, 1.0, 0.0);
+    const CBoxTree tree(boxes.data(), boxes.size());
+    CGeomFilterSelectAll all;
+    int seen = 0;
+    EXPECT_FALSE(tree.Visit(all, [&](long, bool) { return ++seen < 3; }));
+    EXPECT_EQ(seen, 3);
+
+    // One tree, several threads, each with its own clone of the filter.
+    CGeomFilterCrossingVolume volume;
+    RandomVolume(rng, volume, P3(0, 0, 0), 6.0);
+    const std::vector<Accepted> expected = BruteFilter(boxes, volume);
+    const CRay3d ray = RandomRay(rng, 1.0, 0.0);
+    const std::vector<CBoxTree::RayHit> expectedRay = BruteRay(boxes, ray);
+    bool ok[4] = {};
+    std::vector<std::thread> threads;
+    for (int k = 0; k < 4; ++k)
+        threads.emplace_back([&, k] {
+            std::unique_ptr<IGeomFilter> mine(volume.Clone());
+            bool good = true;
+            for (int r = 0; r < 20; ++r)
+                good = good && TreeFilter(tree, *mine) == expected && SameHits(TreeRay(tree, ray), expectedRay);
+            ok[k] = good;
+        });
+    for (std::thread& t : threads) t.join();
+    for (bool b : ok) EXPECT_TRUE(b);
+}
