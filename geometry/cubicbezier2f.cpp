@@ -658,7 +658,8 @@ void CCubicBezier2f::ApproximateArc(const CPoint2f& center, float radius, float 
     // even be requested from the vector yields no arc. Any other sweep gets all
     // its pieces (allocation failure may still throw from reserve).
     if (!std::isfinite(quarters)) return;
-    const double maxPieces = static_cast<double>((points.max_size() - 1) / 3);
+    const std::size_t maxCount = (points.max_size() - 1) / 3;
+    const double maxPieces = static_cast<double>(maxCount);
     if (!(static_cast<double>(quarters) + 1.0 <= maxPieces)) return;
     const std::uint64_t n = static_cast<std::uint64_t>(quarters);
     const float da = sweep / static_cast<float>(n + 1);

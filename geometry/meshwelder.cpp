@@ -71,9 +71,16 @@ std::size_t HomeSlot(std::uint32_t key, std::size_t slots) {
 
 bool IsFinite(const CPoint3d& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
 
-bool SameBits(const CPoint3d& a, const CPoint3d& b) { return std::memcmp(&a, &b, sizeof(CPoint3d)) == 0; }
+bool SameBits(double a, double b) {
+    std::uint64_t ua = 0, ub = 0;
+    std::memcpy(&ua, &a, sizeof a);
+    std::memcpy(&ub, &b, sizeof b);
+    return ua == ub;
+}
 
-bool SameBits(double a, double b) { return std::memcmp(&a, &b, sizeof(double)) == 0; }
+bool SameBits(const CPoint3d& a, const CPoint3d& b) {
+    return SameBits(a.x, b.x) && SameBits(a.y, b.y) && SameBits(a.z, b.z);
+}
 
 // The smallest power of two of at least n slots (and at least MinSlots).
 std::size_t SlotsFor(std::size_t n) {

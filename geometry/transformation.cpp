@@ -39,7 +39,7 @@ void SetColumns(double* m, const CUnitVector3d& x, const CUnitVector3d& y, const
 }
 
 // Row r of the 3x3 part dotted with row s.
-double RowDot(const double* m, int r, int s) noexcept {
+double RowDot(const double* m, std::size_t r, std::size_t s) noexcept {
     return (m[3 * r] * m[3 * s] + m[3 * r + 1] * m[3 * s + 1]) + m[3 * r + 2] * m[3 * s + 2];
 }
 
@@ -255,8 +255,8 @@ CTransformation CTransformation::operator*(const CTransformation& b) const noexc
     CTransformation r;
     const double* A = matrix;
     const double* B = b.matrix;
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) {
+    for (std::size_t i = 0; i < 3; ++i) {
+        for (std::size_t j = 0; j < 3; ++j) {
             r.matrix[3 * i + j] = (A[3 * i] * B[j] + A[3 * i + 1] * B[3 + j]) + A[3 * i + 2] * B[6 + j];
         }
         r.translation[i] =
