@@ -312,10 +312,11 @@ void FuzzBezier3d(FuzzInput& in, int& hugeDraws) {
     const double tol = in.Tolerance();
     Consume(c.IsStraight(tol));
     // Every curve is drawn, huge ones at fine tolerances included: Draw bounds its
-    // own work. That bound still costs a couple of seconds under the sanitizers,
-    // so one input draws at most one curve that may need more than about a
-    // million pieces (a flattening sends on the order of sqrt(size / tol)); the
-    // others are skipped, or a single input could hit the fuzzer's timeout.
+    // own work, counting at most 2^25 pieces before it coarsens the tolerance. That
+    // bound costs seconds, tens of them under the sanitizers, so one input draws at
+    // most one curve that may need more than about a million pieces (a flattening
+    // sends on the order of sqrt(size / tol)); the others are skipped, or a single
+    // input could hit the fuzzer's timeout.
     double size = 0.0;
     for (const CPoint3d* q : {&p1, &p2, &p3}) {
         size = std::fmax(size,

@@ -36,7 +36,9 @@ public:
         : CCircle3d(center_, xAxis_, normal), startAngle(start), endAngle(end) {}
     /// The arc through three points: from p1 (angle 0) to p3. When p2 would not lie
     /// between them, the plane is turned over and the end angle becomes 2pi minus
-    /// itself. yAxis is deliberately left as it was before the turn.
+    /// itself. yAxis is deliberately left as it was before the turn. A triangle too
+    /// small for its plane gives the circle constructor's zero normal and centre at
+    /// the origin; the angles then measure nothing useful.
     CArc3d(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& p3) noexcept;
     /// The arc about center from start (angle 0, which also fixes the radius)
     /// counter-clockwise about normal to the angle of end.

@@ -15,7 +15,9 @@
 ///     the end point of each piece, in order along the curve. It never sends p0: the
 ///     caller has already moved there. It needs a positive tolerance and finite
 ///     control points; without them there is nothing it could ever finish, and it
-///     sends nothing.
+///     sends nothing. Whenever halving ends within 2^25 pieces (33,554,432
+///     vertices), Draw sends exactly what halving sends; beyond that it flattens
+///     the whole curve at one coarser tolerance (see Draw).
 #ifndef PLENAR_GEOMETRY_BEZIER3D_H
 #define PLENAR_GEOMETRY_BEZIER3D_H
 
@@ -86,12 +88,29 @@ public:
     /// Flattens the curve into sink: halves it until each piece IsStraight(tol) and
     /// calls LineTo with each piece's end point, first to last. p0 is never sent.
     /// Nothing is sent for a null sink, a tolerance that is not positive (or whose
-    /// square vanishes), or a non-finite control point. A tolerance finer than the
-    /// rounding of the coordinates can leave pieces that halving no longer changes;
-    /// after 1024 levels such a piece is ended at its end point. One call halves at
-    /// most 2^20 times in all (a flattening into up to 2^20 + 1 pieces is never
-    /// affected); past that, every remaining piece is ended at its end point, so a
-    /// huge curve at a fine tolerance still finishes and still arrives at p3.
+    /// square vanishes), or a non-finite control point.
+    ///
+    /// Plain halving is what Draw sends, vertex for vertex, whenever that halving
+    /// ends within 2^25 pieces, no piece halved more than 1024 times. The inputs
+    /// outside that, and only they, are flattened differently: curves whose
+    /// tolerance is so fine for their size that halving would need more than 2^25
+    /// pieces (a curve 1e30 long at tol 0.001 needs some 10^16; with tol at least
+    /// 2^-44 of the largest coordinate, and coordinates and tol below 2^500, no
+    /// curve needs more than 2^24), and tolerances below the rounding of the
+    /// coordinates, where halved pieces stop changing while still not straight.
+    /// For them the whole curve is flattened by plain halving at one coarser
+    /// tolerance tol * 4^j (j >= 1; each quadrupling about halves the count), the
+    /// finest the budget allows as far as the counts predict, keeping the result
+    /// within a quarter to a half of the budget. The polyline stays even: no piece
+    /// is cut short or left longer than the coarser tolerance makes it, and it
+    /// still ends at p3. (Only for coordinates or tolerances beyond 2^500, where
+    /// squared lengths overflow, and no tolerance of 64 further quadruplings fits,
+    /// is the curve halved evenly into 2^16 pieces.)
+    ///
+    /// Deciding which case applies costs no extra halving when tol is at least
+    /// 2^-44 of the largest coordinate; finer tolerances first halve once only
+    /// counting, which doubles the time of the call. A call that ends coarsened
+    /// takes seconds.
     void Draw(IBezier3dDraw* sink, double tol) const;
 };
 

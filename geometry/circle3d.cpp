@@ -3,7 +3,9 @@
 #include <geometry/ray3d.h>
 #include <geometry/transformation.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace velmor::geometry {
 
@@ -11,24 +13,88 @@ namespace {
 
 constexpr double TwoPi = 6.283185307179586;
 
-// Angles up to this magnitude are wrapped turn by turn. Beyond it the turns would
-// number in the hundreds of thousands, each adding rounding, and for huge or
-// infinite angles the loops would never end: such angles go to sine and cosine
-// unwrapped, which reduce them exactly.
-constexpr double WrapLimit = 1e6;
-// More turns than any angle within WrapLimit needs (1e6 / 2pi < 159155): a bound on
-// each loop that holds whatever the tolerance globals have been set to.
-constexpr int MaxTurns = 200000;
-
-// Brings an angle into [-EqualTolSq, 2pi + EqualTolSq] by whole turns. An angle a
-// hair below 0 or above 2pi stays put, so a full turn remains distinguishable from
-// none.
-double WrapAngle(double t) {
-    if (!(std::fabs(t) <= WrapLimit)) return t;  // huge, infinite or NaN
-    const double tol = EqualTolSq;
-    for (int i = 0; t < -tol && i < MaxTurns; ++i) t += TwoPi;
-    for (int i = 0; t > TwoPi + tol && i < MaxTurns; ++i) t -= TwoPi;
+// One loop of the angle wrap, `while (t > bound) t -= TwoPi` (or, with step
+// +TwoPi, `while (t < bound) t += TwoPi`), with the result it would have in double,
+// bit for bit, but without taking the turns one at a time.
+//
+// Within one binade (|t| in [2^e, 2^(e+1)), every value a multiple of the unit u =
+// 2^(e-52)) a step whose exact result stays in the binade rounds TwoPi / u to a
+// whole number of units: the nearest one, or, at a tie, the one that leaves an
+// even multiple of u. From an even multiple (or when there is no tie) every such
+// step therefore moves t by the same j units, and any run of them lands exactly
+// on t + n * j * u. Such runs are taken in one go; the steps that cross a binade
+// edge, set an odd multiple even or come near the bound are taken one by one, so
+// a wrap takes a few steps per binade instead of one per turn.
+//
+// Where a step no longer changes t (|t| beyond 2^56, where TwoPi is less than half
+// a unit) the loop would never end; Stalled is set and t is returned as it was.
+double AdvanceTurns(double t, double step, double bound, bool& stalled) {
+    stalled = false;
+    const double start = t;
+    const bool up = step > 0.0;
+    constexpr std::int64_t BinadeLow = std::int64_t{1} << 52;
+    constexpr std::int64_t BinadeHigh = std::int64_t{1} << 53;
+    while (up ? t < bound : t > bound) {
+        const double next = t + step;
+        if (next == t) {
+            stalled = true;
+            return start;
+        }
+        t = next;
+        // A run of equal steps needs |t| >= 8: below that a single turn leaves the
+        // binade anyway.
+        if (!(up ? t < bound : t > bound) || !(std::fabs(t) >= 8.0)) continue;
+        const int e = std::ilogb(t);
+        const double unit = std::ldexp(1.0, e - 52);
+        const double q = TwoPi / unit;  // a power-of-two scaling: exact
+        const double whole = std::floor(q);
+        const double frac = q - whole;
+        std::int64_t j = static_cast<std::int64_t>(whole);
+        const std::int64_t m = static_cast<std::int64_t>(std::fabs(t) / unit);  // exact: |t| / unit in [2^52, 2^53)
+        if (frac > 0.5) {
+            ++j;
+        } else if (frac == 0.5) {
+            if (m % 2 != 0) continue;  // an odd multiple: the next single step makes it even
+            if (j % 2 != 0) ++j;
+        }
+        if (j == 0) continue;  // the next single step stalls
+        // In units, signed: t = tm * unit, each step adds dj.
+        const std::int64_t tm = t < 0.0 ? -m : m;
+        const std::int64_t dj = up ? j : -j;
+        // Keep every exact intermediate result inside the binade, a unit clear of
+        // its edges, so that each step rounds on this binade's grid.
+        const bool growing = (tm > 0) == (dj > 0);
+        std::int64_t n = growing ? (BinadeHigh - 2 - m) / j : (m - BinadeLow - 1) / j;
+        if (n <= 0) continue;
+        // Stop short of the bound: the loop must still run after the last step of the
+        // run. A bound outside this binade's range lies beyond it in the direction of
+        // travel (t has not passed it), and then does not limit the run.
+        const double absBound = std::fabs(bound);
+        if (absBound >= std::ldexp(1.0, e) && absBound < std::ldexp(1.0, e + 1) && (bound < 0.0) == (t < 0.0)) {
+            const std::int64_t bm = static_cast<std::int64_t>(bound / unit);
+            const std::int64_t room = up ? bm - tm : tm - bm;  // > 0: the loop condition holds at t
+            n = std::min(n, (room - 1) / j);
+        }
+        if (n <= 0) continue;
+        t = static_cast<double>(tm + n * dj) * unit;
+    }
     return t;
+}
+
+// Brings an angle into [-EqualTolSq, 2pi + EqualTolSq] by whole turns: first adding
+// 2pi while it lies below the range, then subtracting it while it lies above,
+// with the rounding of doing so one turn at a time. An angle a hair below 0 or
+// above 2pi stays put, so a full turn remains distinguishable from none. Where
+// turning would never end (|t| above 2^56, infinite t, or tolerance globals that
+// make the loops chase each other out of range) the angle is returned as given;
+// NaN passes through.
+double WrapAngle(double t) {
+    const double tol = EqualTolSq;
+    bool stalled = false;
+    double w = AdvanceTurns(t, TwoPi, -tol, stalled);
+    if (stalled) return t;
+    w = AdvanceTurns(w, -TwoPi, TwoPi + tol, stalled);
+    return stalled ? t : w;
 }
 
 }  // namespace

@@ -56,6 +56,14 @@ public:
     /// The circle through three points, angle 0 at p1 and counter-clockwise from p1
     /// through p2 to p3 about the normal. Coincident or colinear points give the
     /// near-straight stand-in of BuildFakeCircle.
+    ///
+    /// Points that span a triangle too small for its plane, where the cross product
+    /// of the edges p2 - p1 and p3 - p1 has a squared length at or below
+    /// DivideByZeroTolSq (twice the area below 1e-10: points 1e-5 apart at a right
+    /// angle, or 1e-4 apart on a flatter triangle), give a plane with a zero normal:
+    /// the centre is never found and stays at the origin, and radius and xAxis
+    /// describe p1 seen from the origin. Callers tell this case by the zero normal
+    /// (plane.a, b and c all 0; IsValidObj is then false).
     CCircle3d(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& p3) noexcept;
     /// Copies every field.
     CCircle3d(const CCircle3d&) = default;
@@ -64,9 +72,9 @@ public:
     virtual ~CCircle3d() = default;
 
     /// Sets the circle through three points, as the constructor does for points
-    /// that span a plane. False when the perpendicular bisectors of p1-p2 and p2-p3
-    /// have no common line (coincident or colinear points); the plane has then
-    /// already been replaced by the plane of the points and the rest is untouched.
+    /// that span a plane (with the same zero normal for a tiny triangle). False when the perpendicular bisectors of
+    /// p1-p2 and p2-p3 have no common line (coincident or colinear points); the plane has then already been replaced by
+    /// the plane of the points and the rest is untouched.
     bool Set(const CPoint3d& p1, const CPoint3d& p2, const CPoint3d& p3) noexcept;
     /// As the (center, xAxis, normal) constructor, on an existing object.
     void Set(const CPoint3d& center_, const CVector3d& xAxis_, const CUnitVector3d& normal) noexcept;
@@ -94,12 +102,15 @@ public:
     bool SetRadius(double r) noexcept;
 
     /// The point at angle t. t is first wrapped by whole turns into [-EqualTolSq,
-    /// 2pi + EqualTolSq], one turn of 2pi at a time. Angles of magnitude above 1e6,
-    /// and non-finite ones, are not wrapped (turn by turn that would take too long,
-    /// or forever) but handed to sine and cosine as they are, which reduce them
-    /// exactly; a non-finite t gives a non-finite point.
+    /// 2pi + EqualTolSq], with exactly the result (to the last bit) of adding or
+    /// subtracting 2pi one turn at a time, whatever the size of t, though in a few
+    /// steps per power of two rather than one per turn. Beyond |t| = 2^56, where
+    /// subtracting 2pi no longer changes t and turning would never end, and for an
+    /// infinite t, the angle goes to sine and cosine as it is (they reduce it
+    /// exactly); a non-finite t gives a non-finite point.
     CPoint3d Eval(double t) const noexcept;
-    /// The angle of p about the normal, wrapped as Eval wraps: the angle of p's
+    /// The angle of p about the normal, wrapped as Eval wraps (through the same
+    /// exact turn-by-turn result, however far the tolerance globals send it): the angle of p's
     /// projection onto the plane, measured from xAxis. An ellipse is measured in
     /// its own affine frame, where it is the unit circle, so that for a point in
     /// the plane Eval of the result is Project(p). 0 when it cannot be determined

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <initializer_list>
 #include <utility>
 
 namespace velmor::geometry {
@@ -42,6 +43,11 @@ bool IsFinite(const CCubicBezier2f& c) noexcept {
     return IsFinite(c.p0) && IsFinite(c.p1) && IsFinite(c.p2) && IsFinite(c.p3);
 }
 
+// Whether a tolerance can stop a bisection: positive, with a positive float
+// square. Below about 2.6e-23 the square rounds to zero and the flatness test can
+// no longer pass for pieces whose ends are under 1e-10 apart.
+bool UsableTol(float tol) noexcept { return tol > 0.0f && tol * tol > 0.0f; }
+
 // The flatness tolerance of the rectangle queries, read at call time.
 float RectTol() noexcept { return static_cast<float>(EqualTol); }
 
@@ -49,92 +55,161 @@ float RectTol() noexcept { return static_cast<float>(EqualTol); }
 // halved in double.
 float IntersectionTol() noexcept { return static_cast<float>(EqualTol * 0.5); }
 
-// Limits of the recursive bisections.
+// Ending the recursive bisections.
 //
-// Depth: a piece at depth k covers 1/2^k of its curve's parameter interval, so
-// its control polygon spans about 3/2^k of the curve's, plus a few float ulps of
-// its own coordinates from the rounding of the splits. Once a piece spans less
-// than the tolerance it is flat or tiny; and once it has shrunk onto a single
-// float point it is flat for every tolerance whose float square is positive.
-// A finite curve of extent E therefore stops by depth log2(3E/tol), or, where
-// the float spacing of its coordinates exceeds the tolerance, where its pieces
-// collapse onto the float grid, some 26 levels below the curve's own scale. At
-// the default tolerance 64 levels cover curves spanning up to about 1e15 units.
-//
-// Bisections: flattening emits a point per flat piece and the intersections keep
-// every pair of pieces whose bounds meet, so each call also counts its
-// bisections. A flattening within tol needs on the order of sqrt(E/tol) pieces:
-// curves spanning a few thousand units take a few thousand bisections at the
-// default tolerance, and intersecting such a curve with itself (every piece
-// meets its neighbours) some ten thousand. Near 1e4 units the float spacing of
-// the coordinates reaches the tolerance and flatness stops being decidable.
-// 2^16 is met only by a zero, negative or NaN tolerance, or by coordinates so
-// large that float rounding keeps pieces from ever becoming flat, where every
-// further piece would follow rounding noise and the unlimited recursion would
-// not end in any useful time.
-//
-// A piece that may not be bisected is answered as the recursion answers a piece
-// it stops at: as a straight piece, or as a tiny one where that is the other
-// stop. A curve with a NaN or infinite control point is never bisected: the
-// public entries answer it without recursing.
-constexpr int kMaxDepth = 64;
-constexpr std::uint32_t kMaxBisections = 1u << 16;
+// Halving a piece of a finite curve shrinks its control polygon until one of the
+// recursion's stop tests holds: the piece is flat within the tolerance, or tiny,
+// or (for the rectangle tests) decided by its control points. Where the tolerance
+// is finer than the float spacing of the coordinates, pieces shrink onto the
+// float grid instead, and there halving can stop making progress: the midpoints
+// of neighbouring floats round back onto the same floats, so a half can be
+// identical to its parent (a point piece is its own half; so is the piece
+// (1+u, 1+u), (1+2u, 1+u), (1+2u, 1+2u), (1+2u, 1+2u) with u the float spacing
+// at 1, not flat within 1e-8), or a few halvings can lead back to where they
+// started. Such a recursion would never end. Each recursion therefore tracks its
+// descent, and a piece whose descent is exhausted is answered as a straight piece
+// (its chord), the answer the recursion gives a flat piece:
+// - a half identical to its parent is exhausted at once (bisecting it again
+//   repeats the same call forever);
+// - a piece whose control-point bounds came out of kMaxStall halvings in a row
+//   unchanged is exhausted. Halving nests the bounds (a rounded midpoint lies
+//   between its two floats), and in exact arithmetic every halving of a piece
+//   that is not a single point shrinks them, so unchanged bounds come from
+//   rounding alone: the piece is a few float steps wide. Two levels already
+//   leave the 300-unit arch at 1e-5 (168,170 points) and the self-intersection
+//   of a 256-unit arch at (20000, 20000) (16,274 hits) exactly as the unlimited
+//   recursion gives them; one level does not;
+// - a piece at depth kMaxDepth is exhausted. The float range spans 277 halvings
+//   from the largest coordinates down to the smallest spacing, so this cap holds
+//   the stack to a fixed depth. The deepest measured descent was 211 levels
+//   (ParameterOfPointOnCurve on an arch 1e19 wide at the smallest tolerance);
+//   flattening reached 117 and the intersections 28, over curves from 1e-44 to
+//   3.4e38 units, at tolerances down to 1.4e-45, and random curves at every
+//   float scale. None reached the cap.
+// An exhausted piece spans a few float steps of its own coordinates, so its chord
+// is as short as the float grid allows. Pieces never cross a non-finite value:
+// the public entries answer a curve with a NaN or infinite control point without
+// recursing.
+constexpr int kMaxDepth = 400;
+constexpr int kMaxStall = 4;
 
-class Budget {
-public:
-    // Whether a piece at the given depth may be split once more; counts the split.
-    bool Bisect(int depth) noexcept {
-        if (depth >= kMaxDepth || used_ >= kMaxBisections) return false;
-        ++used_;
-        return true;
+bool SameCurve(const CCubicBezier2f& a, const CCubicBezier2f& b) noexcept {
+    return a.p0 == b.p0 && a.p1 == b.p1 && a.p2 == b.p2 && a.p3 == b.p3;
+}
+
+bool SameRect(const CRect2f& a, const CRect2f& b) noexcept {
+    return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
+}
+
+// How far a recursion has descended to its current piece.
+struct Descent {
+    int depth = 0;
+    int stall = 0;  // halvings in a row that left the control-point bounds unchanged
+
+    // Whether the piece may be halved once more.
+    bool CanSplit() const noexcept { return depth < kMaxDepth && stall < kMaxStall; }
+
+    // The descent of a half of a piece whose control-point bounds are parentBounds.
+    Descent Into(const CCubicBezier2f& half, const CCubicBezier2f& parent, const CRect2f& parentBounds) const noexcept {
+        if (SameCurve(half, parent)) return {depth + 1, kMaxStall};
+        return {depth + 1, SameRect(half.ControlPointBounds(), parentBounds) ? stall + 1 : 0};
     }
-
-private:
-    std::uint32_t used_ = 0;
 };
 
-// --- Recursive workers: each takes the depth of its piece and the call's budget.
+// The bisections a flattening or an intersection call may spend before it gives
+// up and starts over at the float resolution of its coordinates (see
+// ResolutionTol). 2^22 is 25 times what the largest of the measured ordinary
+// calls spends (a 256-unit arch at (20000, 20000) intersected with itself: 118,829
+// bisections; flattening the 300-unit arch at 1e-5: 168,169).
+constexpr std::uint64_t kMaxBisections = std::uint64_t(1) << 22;
+// Likewise the stored hits that adding new ones may compare against: 2^30 is 8
+// times the 1.3e8 of that same self-intersection (16,274 hits).
+constexpr std::uint64_t kMaxScans = std::uint64_t(1) << 30;
 
-CRect2f BoundsOf(const CCubicBezier2f& c, int depth, Budget& budget) noexcept {
+// The flatness tolerance of a flattening or intersection pass, and what is left
+// of its bisection budget.
+struct Work {
+    float tol;
+    std::uint64_t left;
+    bool exhausted = false;
+
+    std::uint64_t scans = kMaxScans;
+
+    // Counts the stored hits that adding one more compares against (the hit set
+    // scans for duplicates); a pass that has scanned too long is exhausted.
+    void Scan(std::size_t stored) noexcept {
+        if (stored > scans) {
+            exhausted = true;
+            scans = 0;
+        } else {
+            scans -= stored;
+        }
+    }
+
+    bool Take() noexcept {
+        if (left == 0) {
+            exhausted = true;
+            return false;
+        }
+        --left;
+        return true;
+    }
+};
+
+// Four float steps at the largest coordinate magnitude among the given points:
+// the finest flatness that halving can resolve everywhere on a curve holding
+// them.
+float ResolutionTol(std::initializer_list<const CPoint2f*> points) noexcept {
+    float m = 0.0f;
+    for (const CPoint2f* p : points) m = std::fmax(m, std::fmax(std::fabs(p->x), std::fabs(p->y)));
+    const float step = m - std::nextafter(m, 0.0f);
+    return 4.0f * step;
+}
+
+// --- Recursive workers: each takes the descent to its piece.
+
+CRect2f BoundsOf(const CCubicBezier2f& c, Descent at) noexcept {
     CRect2f r(c.p0, c.p3);
     if (r.Contains(c.p1) && r.Contains(c.p2)) return r;
     const CRect2f cb = c.ControlPointBounds();
-    if (!c.IsLine(RectTol()) && !(cb.DiagonalSquared() < static_cast<float>(EqualTolSq)) && budget.Bisect(depth)) {
+    if (!c.IsLine(RectTol()) && !(cb.DiagonalSquared() < static_cast<float>(EqualTolSq)) && at.CanSplit()) {
         CCubicBezier2f left, right;
         c.Split(0.5f, left, right);
-        r += BoundsOf(left, depth + 1, budget);
-        r += BoundsOf(right, depth + 1, budget);
+        r += BoundsOf(left, at.Into(left, c, cb));
+        r += BoundsOf(right, at.Into(right, c, cb));
         return r;
     }
     return cb;
 }
 
-bool IntersectsRect(const CCubicBezier2f& c, const CRect2f& r, int depth, Budget& budget) noexcept {
+bool IntersectsRect(const CCubicBezier2f& c, const CRect2f& r, Descent at) noexcept {
     if (r.Contains(c.p0) || r.Contains(c.p3)) return true;
-    if (!c.ControlPointBounds().Intersects(r)) return false;
-    if (c.IsLine(RectTol()) || !budget.Bisect(depth)) return r.Intersects(c.p0, c.p3);
+    const CRect2f cb = c.ControlPointBounds();
+    if (!cb.Intersects(r)) return false;
+    if (c.IsLine(RectTol()) || !at.CanSplit()) return r.Intersects(c.p0, c.p3);
     CCubicBezier2f left, right;
     c.Split(0.5f, left, right);
-    return IntersectsRect(left, r, depth + 1, budget) || IntersectsRect(right, r, depth + 1, budget);
+    return IntersectsRect(left, r, at.Into(left, c, cb)) || IntersectsRect(right, r, at.Into(right, c, cb));
 }
 
-bool InsideRect(const CCubicBezier2f& c, const CRect2f& r, int depth, Budget& budget) noexcept {
+bool InsideRect(const CCubicBezier2f& c, const CRect2f& r, Descent at) noexcept {
     if (!(r.Contains(c.p0) && r.Contains(c.p3))) return false;
     if (r.Contains(c.p1) && r.Contains(c.p2)) return true;
     // A straight piece between two contained end points is inside.
-    if (c.IsLine(RectTol()) || !budget.Bisect(depth)) return true;
+    if (c.IsLine(RectTol()) || !at.CanSplit()) return true;
     CCubicBezier2f left, right;
     c.Split(0.5f, left, right);
-    return InsideRect(left, r, depth + 1, budget) && InsideRect(right, r, depth + 1, budget);
+    const CRect2f cb = c.ControlPointBounds();
+    return InsideRect(left, r, at.Into(left, c, cb)) && InsideRect(right, r, at.Into(right, c, cb));
 }
 
 // t is written only when true is returned.
-bool ParameterOf(const CCubicBezier2f& c, const CPoint2f& p, float tol, float& t, int depth, Budget& budget) noexcept {
+bool ParameterOf(const CCubicBezier2f& c, const CPoint2f& p, float tol, float& t, Descent at) noexcept {
     const CRect2f cb = c.ControlPointBounds();
     if (!cb.Contains(p, tol)) return false;
     const float tol2 = tol * tol;
 
-    if (c.IsLine(tol)) {
+    if (c.IsLine(tol) || (cb.DiagonalSquared() >= tol2 && !at.CanSplit())) {
         float u = 0.0f;
         const CPoint2f q = p.ClosestPointOnLineSegment(c.p0, c.p3, u);
         if (!(p.DistanceSquaredTo(q) < tol2)) return false;
@@ -146,15 +221,15 @@ bool ParameterOf(const CCubicBezier2f& c, const CPoint2f& p, float tol, float& t
         return true;
     }
 
-    if (cb.DiagonalSquared() >= tol2 && budget.Bisect(depth)) {
+    if (cb.DiagonalSquared() >= tol2) {
         CCubicBezier2f left, right;
         c.Split(0.5f, left, right);
         float u = 0.0f;
-        if (ParameterOf(left, p, tol, u, depth + 1, budget)) {
+        if (ParameterOf(left, p, tol, u, at.Into(left, c, cb))) {
             t = Rangef(0.0f, 0.5f).Evaluate(u);
             return true;
         }
-        if (ParameterOf(right, p, tol, u, depth + 1, budget)) {
+        if (ParameterOf(right, p, tol, u, at.Into(right, c, cb))) {
             t = Rangef(0.5f, 1.0f).Evaluate(u);
             return true;
         }
@@ -192,92 +267,119 @@ void AppendChord(const CCubicBezier2f& c, std::vector<CPoint2f>& points) {
     points.push_back(c.p3);
 }
 
-void Flatten(const CCubicBezier2f& c, std::vector<CPoint2f>& points, float tol, int depth, Budget& budget) {
-    if (c.IsLine(tol) || !budget.Bisect(depth)) {
+void Flatten(const CCubicBezier2f& c, std::vector<CPoint2f>& points, Work& work, Descent at) {
+    if (c.IsLine(work.tol) || !at.CanSplit() || !work.Take()) {
         AppendChord(c, points);
         return;
     }
     CCubicBezier2f left, right;
     c.Split(0.5f, left, right);
-    Flatten(left, points, tol, depth + 1, budget);
-    Flatten(right, points, tol, depth + 1, budget);
+    const CRect2f cb = c.ControlPointBounds();
+    Flatten(left, points, work, at.Into(left, c, cb));
+    if (work.exhausted) return;
+    Flatten(right, points, work, at.Into(right, c, cb));
+}
+
+// The hit of a piece taken as straight: its chord against the segment a-b, with
+// parameters linear along the chord.
+bool ChordHit(const CCubicBezier2f& c, const CPoint2f& a, const CPoint2f& b, const Rangef& range1, const Rangef& range2,
+              CurveIntersections2f& out, Work& work) {
+    IntersectionPoint2f ip;
+    if (!IntersectLineSegments(c.p0, c.p3, a, b, ip)) return false;
+    ip.ScaleParameters(range1, range2);
+    work.Scan(out.points.size());
+    out.Add(ip);
+    return true;
 }
 
 bool LineHits(const CCubicBezier2f& c, const CPoint2f& a, const CPoint2f& b, const Rangef& range1, const Rangef& range2,
-              CurveIntersections2f& out, int depth, Budget& budget) {
+              CurveIntersections2f& out, Work& work, Descent at) {
     const CRect2f cb = c.ControlPointBounds();
     if (!cb.Intersects(a, b)) return false;
-    const float tolL = IntersectionTol();
+    const float tolL = work.tol;
 
-    if (c.IsLine(tolL)) {
-        // Parameters on a flat piece are linear along its chord.
-        IntersectionPoint2f ip;
-        if (!IntersectLineSegments(c.p0, c.p3, a, b, ip)) return false;
-        ip.ScaleParameters(range1, range2);
-        out.Add(ip);
-        return true;
-    }
+    if (c.IsLine(tolL)) return ChordHit(c, a, b, range1, range2, out, work);
 
     // A tiny piece that is not flat is judged by its middle; any parameter along
     // the infinite line through a and b is accepted.
-    const auto midpointHit = [&]() {
+    if (cb.DiagonalSquared() < tolL * tolL) {
         const CPoint2f m = MidPoint(c);
         float t = 0.0f;
-        if (!m.IsOnLine(a, b, t)) return false;
-        out.Add(m, range1.Evaluate(0.5f), range2.Evaluate(t));
-        return true;
-    };
-    const bool tiny = cb.DiagonalSquared() < tolL * tolL;
-    if (tiny && midpointHit()) return true;
-    if (!budget.Bisect(depth)) return !tiny && midpointHit();
+        if (m.IsOnLine(a, b, t)) {
+            work.Scan(out.points.size());
+            out.Add(m, range1.Evaluate(0.5f), range2.Evaluate(t));
+            return true;
+        }
+    }
+    if (!at.CanSplit() || !work.Take()) return ChordHit(c, a, b, range1, range2, out, work);
 
     CCubicBezier2f left, right;
     c.Split(0.5f, left, right);
     // Both halves are always visited: a crossing on the split point belongs to both.
-    const bool r1 = LineHits(left, a, b, range1.Left(0.5f), range2, out, depth + 1, budget);
-    const bool r2 = LineHits(right, a, b, range1.Right(0.5f), range2, out, depth + 1, budget);
+    const bool r1 = LineHits(left, a, b, range1.Left(0.5f), range2, out, work, at.Into(left, c, cb));
+    if (work.exhausted) return r1;
+    const bool r2 = LineHits(right, a, b, range1.Right(0.5f), range2, out, work, at.Into(right, c, cb));
     return r1 || r2;
 }
 
+// Hits of the straight piece line (t2, range2) with the curve c (t1, range1):
+// found with the roles exchanged and swapped back before they join out.
+bool CurveHitsLine(const CCubicBezier2f& c, const CCubicBezier2f& line, const Rangef& range1, const Rangef& range2,
+                   CurveIntersections2f& out, Work& work, Descent at) {
+    CurveIntersections2f swapped;
+    const bool found = LineHits(c, line.p0, line.p3, range1, range2, swapped, work, at);
+    if (found) {
+        swapped.SwapParameters();
+        work.Scan(out.points.size() * swapped.points.size());
+        out.Add(swapped);
+    }
+    return found;
+}
+
 bool CurveHits(const CCubicBezier2f& c, const CCubicBezier2f& other, const Rangef& range1, const Rangef& range2,
-               CurveIntersections2f& out, int depth, Budget& budget) {
+               CurveIntersections2f& out, Work& work, Descent at) {
     const CRect2f cb = c.ControlPointBounds();
-    if (!cb.Intersects(other.ControlPointBounds())) return false;
-    const float tolL = IntersectionTol();
+    const CRect2f ob = other.ControlPointBounds();
+    if (!cb.Intersects(ob)) return false;
+    const float tolL = work.tol;
     const float tol2 = tolL * tolL;
 
-    if (other.IsLine(tolL)) return LineHits(c, other.p0, other.p3, range1, range2, out, depth, budget);
-    if (c.IsLine(tolL)) {
-        // Roles exchanged: the other curve is the curved one. Its hits carry t1
-        // on the other curve, so they are swapped back before they join out.
-        CurveIntersections2f swapped;
-        const bool found = LineHits(other, c.p0, c.p3, range2, range1, swapped, depth, budget);
-        if (found) {
-            swapped.SwapParameters();
-            out.Add(swapped);
-        }
-        return found;
-    }
+    if (other.IsLine(tolL)) return LineHits(c, other.p0, other.p3, range1, range2, out, work, Descent{at.depth, 0});
+    // Roles exchanged: the other curve is the curved one.
+    if (c.IsLine(tolL)) return CurveHitsLine(other, c, range2, range1, out, work, Descent{at.depth, 0});
 
     // Only this curve's size decides whether to go on; the other curve is
     // bisected alongside, and all four pairs are visited.
-    if (cb.DiagonalSquared() >= tol2 && budget.Bisect(depth)) {
+    if (cb.DiagonalSquared() >= tol2) {
+        // A pair that halving no longer changes takes this piece as straight.
+        if (!at.CanSplit() || !work.Take())
+            return CurveHitsLine(other, c, range2, range1, out, work, Descent{at.depth, 0});
         CCubicBezier2f a1, a2, b1, b2;
         c.Split(0.5f, a1, a2);
         other.Split(0.5f, b1, b2);
         const Rangef left1 = range1.Left(0.5f), right1 = range1.Right(0.5f);
         const Rangef left2 = range2.Left(0.5f), right2 = range2.Right(0.5f);
-        bool found = CurveHits(a1, b1, left1, left2, out, depth + 1, budget);
-        found = CurveHits(a1, b2, left1, right2, out, depth + 1, budget) || found;
-        found = CurveHits(a2, b1, right1, left2, out, depth + 1, budget) || found;
-        found = CurveHits(a2, b2, right1, right2, out, depth + 1, budget) || found;
+        const auto into = [&](const CCubicBezier2f& half, const CCubicBezier2f& otherHalf) {
+            if (SameCurve(half, c) && SameCurve(otherHalf, other)) return Descent{at.depth + 1, kMaxStall};
+            const bool same = SameRect(half.ControlPointBounds(), cb) && SameRect(otherHalf.ControlPointBounds(), ob);
+            return Descent{at.depth + 1, same ? at.stall + 1 : 0};
+        };
+        bool found = CurveHits(a1, b1, left1, left2, out, work, into(a1, b1));
+        if (work.exhausted) return found;
+        found = CurveHits(a1, b2, left1, right2, out, work, into(a1, b2)) || found;
+        if (work.exhausted) return found;
+        found = CurveHits(a2, b1, right1, left2, out, work, into(a2, b1)) || found;
+        if (work.exhausted) return found;
+        found = CurveHits(a2, b2, right1, right2, out, work, into(a2, b2)) || found;
         return found;
     }
 
-    // This piece is tiny: its middle is a hit when it lies on the other piece.
+    // This piece is tiny: its middle is a hit when it lies on the other piece,
+    // searched for afresh.
     const CPoint2f m = MidPoint(c);
     float u = 0.0f;
-    if (ParameterOf(other, m, tolL, u, depth, budget) && (m - other.EvaluatePoint(u)).LengthSquared() <= tol2) {
+    if (other.ParameterOfPointOnCurve(m, tolL, u) && (m - other.EvaluatePoint(u)).LengthSquared() <= tol2) {
+        work.Scan(out.points.size());
         out.Add(m, range1.Evaluate(0.5f), range2.Evaluate(u));
         return true;
     }
@@ -414,8 +516,7 @@ bool CCubicBezier2f::MightIntersectBounds(CRect2f* rect) const noexcept {
 
 CRect2f CCubicBezier2f::Bounds() const noexcept {
     if (!IsFinite(*this)) return ControlPointBounds();
-    Budget budget;
-    return BoundsOf(*this, 0, budget);
+    return BoundsOf(*this, Descent{});
 }
 
 bool CCubicBezier2f::IsLine(float tol) const noexcept {
@@ -498,9 +599,8 @@ bool CCubicBezier2f::PointInConvexHullOfControlPoints(const CPoint2f& p, float t
 }
 
 bool CCubicBezier2f::ParameterOfPointOnCurve(const CPoint2f& p, float tol, float& t) const noexcept {
-    if (!IsFinite(*this)) return false;
-    Budget budget;
-    return ParameterOf(*this, p, tol, t, 0, budget);
+    if (!IsFinite(*this) || !UsableTol(tol)) return false;
+    return ParameterOf(*this, p, tol, t, Descent{});
 }
 
 bool CCubicBezier2f::RefineClosestPointOnCurve(const CPoint2f& p, float& t) const noexcept {
@@ -522,25 +622,30 @@ bool CCubicBezier2f::PointIsOnCurve(const CPoint2f& p, float tol) const noexcept
 
 bool CCubicBezier2f::Intersects(const CRect2f& r) const noexcept {
     if (!IsFinite(*this)) return false;
-    Budget budget;
-    return IntersectsRect(*this, r, 0, budget);
+    return IntersectsRect(*this, r, Descent{});
 }
 
 bool CCubicBezier2f::IsInside(const CRect2f& r) const noexcept {
     if (!IsFinite(*this)) return false;
-    Budget budget;
-    return InsideRect(*this, r, 0, budget);
+    return InsideRect(*this, r, Descent{});
 }
 
 // --- Polylines and arcs ---------------------------------------------------------
 
 void CCubicBezier2f::ApproximateWithPolyline(std::vector<CPoint2f>& points, float tol) const {
-    if (!IsFinite(*this)) {
+    if (!IsFinite(*this) || !UsableTol(tol)) {
         AppendChord(*this, points);
         return;
     }
-    Budget budget;
-    Flatten(*this, points, tol, 0, budget);
+    const std::size_t seeded = points.size();
+    Work work{tol, kMaxBisections};
+    Flatten(*this, points, work, Descent{});
+    if (!work.exhausted) return;
+    // Too many pieces for this tolerance: the coordinates are too coarse in float
+    // to resolve it. Start over, flat within the float resolution of the curve.
+    points.resize(seeded);
+    Work coarse{std::fmax(tol, ResolutionTol({&p0, &p1, &p2, &p3})), ~std::uint64_t(0), false, ~std::uint64_t(0)};
+    Flatten(*this, points, coarse, Descent{});
 }
 
 void CCubicBezier2f::ApproximateArc(const CPoint2f& center, float radius, float startAngle, float endAngle,
@@ -549,11 +654,14 @@ void CCubicBezier2f::ApproximateArc(const CPoint2f& center, float radius, float 
     const float sweep = endAngle - startAngle;
     // Just above pi/2 as a float, so that a quarter circle is a single piece.
     const float quarters = std::fabs(sweep) / 1.5709709f;
-    // A sweep that cannot be counted in pieces (not finite, or absurdly many
-    // turns) yields no arc rather than an unbounded list.
-    constexpr float kMaxQuarters = static_cast<float>(1 << 20);
-    if (!(quarters < kMaxQuarters)) return;
-    const int n = static_cast<int>(quarters);
+    // A sweep that is not finite has no piece count; one whose list could not
+    // even be requested from the vector yields no arc. Any other sweep gets all
+    // its pieces (allocation failure may still throw from reserve).
+    if (!std::isfinite(quarters)) return;
+    const std::size_t maxCount = (points.max_size() - 1) / 3;
+    const double maxPieces = static_cast<double>(maxCount);
+    if (!(static_cast<double>(quarters) + 1.0 <= maxPieces)) return;
+    const std::uint64_t n = static_cast<std::uint64_t>(quarters);
     const float da = sweep / static_cast<float>(n + 1);
 
     // One piece of angle da symmetric about the x axis, scaled by the radius.
@@ -568,7 +676,7 @@ void CCubicBezier2f::ApproximateArc(const CPoint2f& center, float radius, float 
     const CPoint2f d(c * radius, -s * radius);
 
     points.reserve(3 * static_cast<std::size_t>(n + 1) + 1);
-    for (int i = 0; i <= n; ++i) {
+    for (std::uint64_t i = 0; i <= n; ++i) {
         // Negated on purpose: the arc's angles run clockwise.
         const AffineTransform r = AffineTransform::Rotate(-(static_cast<float>(i) * da + (h + startAngle)));
         if (i == 0) points.push_back(r * a);
@@ -584,16 +692,31 @@ void CCubicBezier2f::ApproximateArc(const CPoint2f& center, float radius, float 
 
 bool CCubicBezier2f::IntersectWithLine(const CPoint2f& a, const CPoint2f& b, const Rangef& range1, const Rangef& range2,
                                        CurveIntersections2f& out) const {
-    if (!IsFinite(*this) || !IsFinite(a) || !IsFinite(b)) return false;
-    Budget budget;
-    return LineHits(*this, a, b, range1, range2, out, 0, budget);
+    if (!IsFinite(*this) || !IsFinite(a) || !IsFinite(b) || !UsableTol(IntersectionTol())) return false;
+    const std::size_t kept = out.points.size();
+    Work work{IntersectionTol(), kMaxBisections};
+    const bool found = LineHits(*this, a, b, range1, range2, out, work, Descent{});
+    if (!work.exhausted) return found;
+    // Too many pieces to resolve the tolerance at these coordinates: start over,
+    // flat within the float resolution of the curve and the segment.
+    out.points.resize(kept);
+    Work coarse{std::fmax(work.tol, ResolutionTol({&p0, &p1, &p2, &p3, &a, &b})), ~std::uint64_t(0), false,
+                ~std::uint64_t(0)};
+    return LineHits(*this, a, b, range1, range2, out, coarse, Descent{});
 }
 
 bool CCubicBezier2f::IntersectWithBezier(const CCubicBezier2f& other, const Rangef& range1, const Rangef& range2,
                                          CurveIntersections2f& out) const {
-    if (!IsFinite(*this) || !IsFinite(other)) return false;
-    Budget budget;
-    return CurveHits(*this, other, range1, range2, out, 0, budget);
+    if (!IsFinite(*this) || !IsFinite(other) || !UsableTol(IntersectionTol())) return false;
+    const std::size_t kept = out.points.size();
+    Work work{IntersectionTol(), kMaxBisections};
+    const bool found = CurveHits(*this, other, range1, range2, out, work, Descent{});
+    if (!work.exhausted) return found;
+    // As for IntersectWithLine: start over at the float resolution of both curves.
+    out.points.resize(kept);
+    const float resolution = ResolutionTol({&p0, &p1, &p2, &p3, &other.p0, &other.p1, &other.p2, &other.p3});
+    Work coarse{std::fmax(work.tol, resolution), ~std::uint64_t(0), false, ~std::uint64_t(0)};
+    return CurveHits(*this, other, range1, range2, out, coarse, Descent{});
 }
 
 bool PointInsideTriangle(const CPoint2f& p, const CPoint2f& a, const CPoint2f& b, const CPoint2f& c) noexcept {

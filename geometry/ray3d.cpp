@@ -10,10 +10,7 @@
 #include <cstring>
 #include <utility>
 
-#if defined(__x86_64__) || defined(_M_X64)
-#include <immintrin.h>
-#define PLENAR_X86_64 1
-#endif
+#include "detail/simd.h"
 
 namespace velmor::geometry {
 
@@ -151,7 +148,7 @@ std::size_t IntersectSse2(const RayLanes& r, const CBoundingBox3d* boxes, std::s
     const __m128d minusOne = _mm_set1_pd(-1.0), zero = _mm_setzero_pd();
     const __m128d ones = _mm_castsi128_pd(_mm_set1_epi32(-1));
     __m128d o[3], u[3];
-    for (int a = 0; a < 3; ++a) {
+    for (std::size_t a = 0; a < 3; ++a) {
         o[a] = _mm_set1_pd(r.o[a]);
         u[a] = _mm_set1_pd(r.u[a]);
     }
@@ -163,7 +160,7 @@ std::size_t IntersectSse2(const RayLanes& r, const CBoundingBox3d* boxes, std::s
         const double* b0 = &boxes[i].x.min;
         const double* b1 = &boxes[i + 1].x.min;
         __m128d lo[3], hi[3], left[3], out[3], cand[3], t[3];
-        for (int a = 0; a < 3; ++a) {
+        for (std::size_t a = 0; a < 3; ++a) {
             const __m128d r0 = _mm_loadu_pd(b0 + 2 * a), r1 = _mm_loadu_pd(b1 + 2 * a);
             lo[a] = _mm_unpacklo_pd(r0, r1);
             hi[a] = _mm_unpackhi_pd(r0, r1);
@@ -179,7 +176,7 @@ std::size_t IntersectSse2(const RayLanes& r, const CBoundingBox3d* boxes, std::s
         const __m128d entry[3] = {_mm_andnot_pd(_mm_or_pd(pickY, pickZ), ones), _mm_andnot_pd(pickZ, pickY), pickZ};
         __m128d fail = _mm_cmplt_pd(tt, zero);
         __m128d h[3];
-        for (int a = 0; a < 3; ++a) {
+        for (std::size_t a = 0; a < 3; ++a) {
             const __m128d p = _mm_add_pd(o[a], _mm_mul_pd(tt, u[a]));
             const __m128d miss = _mm_or_pd(_mm_cmplt_pd(p, lo[a]), _mm_cmpgt_pd(p, hi[a]));
             fail = _mm_or_pd(fail, _mm_andnot_pd(entry[a], miss));
@@ -222,7 +219,7 @@ __attribute__((target("avx"))) std::size_t IntersectAvx(const RayLanes& r, const
     const __m256d minusOne = _mm256_set1_pd(-1.0), zero = _mm256_setzero_pd();
     const __m256d ones = _mm256_castsi256_pd(_mm256_set1_epi32(-1));
     __m256d o[3], u[3];
-    for (int a = 0; a < 3; ++a) {
+    for (std::size_t a = 0; a < 3; ++a) {
         o[a] = _mm256_set1_pd(r.o[a]);
         u[a] = _mm256_set1_pd(r.u[a]);
     }
@@ -233,7 +230,7 @@ __attribute__((target("avx"))) std::size_t IntersectAvx(const RayLanes& r, const
         const double* b2 = &boxes[i + 2].x.min;
         const double* b3 = &boxes[i + 3].x.min;
         __m256d lo[3], hi[3], left[3], out[3], cand[3], t[3];
-        for (int a = 0; a < 3; ++a) {
+        for (std::size_t a = 0; a < 3; ++a) {
             // Boxes 0 and 2 in one register, 1 and 3 in the other: the unpacks then
             // give the four boxes in order.
             const __m256d r02 =
@@ -255,7 +252,7 @@ __attribute__((target("avx"))) std::size_t IntersectAvx(const RayLanes& r, const
                                   pickZ};
         __m256d fail = _mm256_cmp_pd(tt, zero, _CMP_LT_OQ);
         __m256d h[3];
-        for (int a = 0; a < 3; ++a) {
+        for (std::size_t a = 0; a < 3; ++a) {
             const __m256d p = _mm256_add_pd(o[a], _mm256_mul_pd(tt, u[a]));
             const __m256d miss = _mm256_or_pd(_mm256_cmp_pd(p, lo[a], _CMP_LT_OQ), _mm256_cmp_pd(p, hi[a], _CMP_GT_OQ));
             fail = _mm256_or_pd(fail, _mm256_andnot_pd(entry[a], miss));
@@ -281,17 +278,7 @@ __attribute__((target("avx"))) std::size_t IntersectAvx(const RayLanes& r, const
     return i;
 }
 
-// AVX when the processor and the system support it. PLENAR_SIMD=sse2 in the
-// environment keeps the SSE2 kernels, so that both paths can be checked on one
-// machine; the answers are the same either way.
-bool HasAvx() noexcept {
-    static const bool has = [] {
-        const char* request = std::getenv("PLENAR_SIMD");
-        const bool sse2Only = request != nullptr && std::strcmp(request, "sse2") == 0;
-        return !sse2Only && __builtin_cpu_supports("avx") != 0;
-    }();
-    return has;
-}
+using detail::HasAvx;
 
 #endif
 

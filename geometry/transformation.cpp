@@ -10,10 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#if defined(__x86_64__) || defined(_M_X64)
-#include <immintrin.h>
-#define PLENAR_X86_64 1
-#endif
+#include "detail/simd.h"
 
 namespace velmor::geometry {
 
@@ -42,7 +39,7 @@ void SetColumns(double* m, const CUnitVector3d& x, const CUnitVector3d& y, const
 }
 
 // Row r of the 3x3 part dotted with row s.
-double RowDot(const double* m, int r, int s) noexcept {
+double RowDot(const double* m, std::size_t r, std::size_t s) noexcept {
     return (m[3 * r] * m[3 * s] + m[3 * r + 1] * m[3 * s + 1]) + m[3 * r + 2] * m[3 * s + 2];
 }
 
@@ -258,8 +255,8 @@ CTransformation CTransformation::operator*(const CTransformation& b) const noexc
     CTransformation r;
     const double* A = matrix;
     const double* B = b.matrix;
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) {
+    for (std::size_t i = 0; i < 3; ++i) {
+        for (std::size_t j = 0; j < 3; ++j) {
             r.matrix[3 * i + j] = (A[3 * i] * B[j] + A[3 * i + 1] * B[3 + j]) + A[3 * i + 2] * B[6 + j];
         }
         r.translation[i] =
@@ -533,17 +530,7 @@ __attribute__((target("avx"))) std::size_t ApplyAvx(const Placement& p, const do
     return i;
 }
 
-// AVX when the processor and the system support it. PLENAR_SIMD=sse2 in the
-// environment keeps the SSE2 kernels, so that both paths can be checked on one
-// machine; the answers are the same either way.
-bool HasAvx() noexcept {
-    static const bool has = [] {
-        const char* request = std::getenv("PLENAR_SIMD");
-        const bool sse2Only = request != nullptr && std::strcmp(request, "sse2") == 0;
-        return !sse2Only && __builtin_cpu_supports("avx") != 0;
-    }();
-    return has;
-}
+using detail::HasAvx;
 
 #endif
 

@@ -6,6 +6,7 @@ namespace velmor::geometry {
 
 TriangleClipper::~TriangleClipper() = default;
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it grows the pool, as published
 TriangleClipper::IndexedTriangle TriangleClipper::AddIndexedTriangle(int i, const CPoint3d& a, const CPoint3d& b) {
     // Copies first: a or b may refer into the pool, which the first append can move.
     const CPoint3d pa = a, pb = b;
@@ -15,6 +16,7 @@ TriangleClipper::IndexedTriangle TriangleClipper::AddIndexedTriangle(int i, cons
     return {{i, n, n + 1}};
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it grows the pool, as published
 TriangleClipper::IndexedTriangle TriangleClipper::AddIndexedTriangle(int i, int j, const CPoint3d& a) {
     const CPoint3d pa = a;
     const int n = static_cast<int>(points->size());
@@ -22,6 +24,7 @@ TriangleClipper::IndexedTriangle TriangleClipper::AddIndexedTriangle(int i, int 
     return {{i, j, n}};
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it grows the pool, as published
 TriangleClipper::IndexedTriangle TriangleClipper::AddIndexedTriangle(const CPoint3d& a, const CPoint3d& b,
                                                                      const CPoint3d& c) {
     const CPoint3d pa = a, pb = b, pc = c;

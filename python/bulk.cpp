@@ -1,13 +1,13 @@
 // Bulk calls on NumPy arrays: each converts its arrays once, releases the GIL and
-// runs one C++ bulk entry point (or one C++ loop) over all elements, so that no
+// runs the library's bulk entry point (or one C++ loop) over all elements, so that no
 // Python work is done per element. Element i of every answer is exactly what the
 // scalar call gives for element i.
 #include "bindings.h"
-#include "bulk_compat.h"
 
 #include <geometry/boundingbox.h>
 #include <geometry/cubicbezier2f.h>
 #include <geometry/geomfilter.h>
+#include <geometry/meshwelder.h>
 #include <geometry/plane.h>
 #include <geometry/ray3d.h>
 #include <geometry/transformation.h>

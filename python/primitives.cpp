@@ -1,13 +1,13 @@
 // Planes, rays and lines, ranges and boxes, circles and arcs, Bezier curves and
 // polygon meshes.
 #include "bindings.h"
-#include "bulk_compat.h"
 
 #include <geometry/arc3d.h>
 #include <geometry/bezier3d.h>
 #include <geometry/boundingbox.h>
 #include <geometry/circle3d.h>
 #include <geometry/line3d.h>
+#include <geometry/meshwelder.h>
 #include <geometry/plane.h>
 #include <geometry/polygonmesh.h>
 #include <geometry/ray3d.h>
@@ -657,9 +657,11 @@ void RegisterPrimitives(py::module_& m) {
             "__deepcopy__", [](const CPolygonMesh& mesh, const py::dict&) { return mesh; }, py::arg("memo"));
 
     py::class_<CMeshWelder>(m, "CMeshWelder",
-                            "A welding index over a mesh's point pool: InsertPoint, FindPoint and AddPolygon give "
-                            "the same answers and effects as the mesh's own, faster. The mesh is kept alive by the "
-                            "welder; change its points only through the welder while it is in use.")
+                            "A welding index bound to a mesh: InsertPoint, FindPoint and AddPolygon give exactly the "
+                            "mesh's own answers and effects (the lowest-numbered point equal within EqualTol, strict), "
+                            "in about constant time per point. EqualTol is read at every call. The welder keeps its "
+                            "mesh alive; after changing pool points in place (CPolygonMesh.Transform, assigning "
+                            "points) call Rebuild().")
         .def(py::init<CPolygonMesh&>(), py::arg("mesh"), py::keep_alive<1, 2>(), "Indexes the mesh's current points.")
         .def("InsertPoint", &CMeshWelder::InsertPoint, py::arg("point"))
         .def("FindPoint", &CMeshWelder::FindPoint, py::arg("point"))
@@ -670,7 +672,8 @@ void RegisterPrimitives(py::module_& m) {
                 return w.AddPolygon(static_cast<long>(corners.size()), corners.data());
             },
             py::arg("corners"), "As CPolygonMesh.AddPolygon with an (n, 3) array of coordinates.")
-        .def("Mesh", &CMeshWelder::Mesh, py::return_value_policy::reference_internal, "The indexed mesh.");
+        .def("Mesh", &CMeshWelder::Mesh, py::return_value_policy::reference_internal, "The indexed mesh.")
+        .def("Rebuild", &CMeshWelder::Rebuild, "Indexes the whole pool afresh, after pool points changed in place.");
 }
 
 }  // namespace plenar_python

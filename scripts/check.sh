@@ -16,6 +16,10 @@ cmake --workflow --preset clang
 # Line and branch coverage of geometry/ by the tests, with floors.
 ./scripts/coverage.sh
 
+# Mutation testing: a sample of mutants of the audited files, drawn anew for each
+# commit; each must be killed by a test or explained in tests/equivalent-mutants.txt.
+python3 tools/mutate --audited --sample "${MUTANT_SAMPLE:-6}" --seed "$(git rev-parse HEAD 2>/dev/null || echo unversioned)"
+
 # Bit-identical results from g++ -O0/-O2/-O3 -march=native and clang++ -O2.
 ./scripts/determinism.sh
 

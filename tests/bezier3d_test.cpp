@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <type_traits>
@@ -149,37 +151,104 @@ TEST(Bezier3d, DrawEndsOnInputThatHalvingCannotFinish) {
         }
     }
     // Control points a unit in the last place apart, tol below that: the left half
-    // is the curve itself, yet not straight. The depth budget ends it, and every
-    // vertex sent is the end point.
+    // is the curve itself, yet not straight, so halving never ends. The whole curve
+    // is drawn at a coarser tolerance instead: 2 (the least quadrupling of 0.5),
+    // where the chord of length sqrt(3) is straight.
     const double o = std::ldexp(1.0, 52) + 1, e = o + 1;
     const CBezier3d stuck(P(o, o, e), P(o, o, e), P(o, e, e), P(e, e, e));
     CBezier3d l, r;
     stuck.Split(l, r);
     ASSERT_EQ(Flat({l.p0, l.p1, l.p2, l.p3}), Flat({stuck.p0, stuck.p1, stuck.p2, stuck.p3}));
     ASSERT_FALSE(stuck.IsStraight(0.5));
-    const Coords drawn = Drawn(stuck, 0.5);
-    EXPECT_TRUE(drawn.size() > 3 && drawn.size() < 3 * 5000) << drawn.size();
-    EXPECT_EQ(drawn, Coords(drawn.size(), e));
+    EXPECT_EQ(Drawn(stuck, 0.5), Flat({stuck.p3}));
 }
 
-TEST(Bezier3d, DrawBoundsTheTotalWorkOfHugeFiniteCurves) {
-    // Finite, 2^100 units across at tol 0.001: halving would need some 10^16 pieces.
-    // The call still finishes, sends a bounded number of vertices, all finite, and
-    // ends at p3.
-    const double h = 0x1.93e5939a08ceap+99;
-    const CBezier3d huge(P(0, 0, 0), P(0, 0, -h), P(0, 0, 0), P(0, h, -1));
-    Recorder r;
-    huge.Draw(&r, 0.001);
-    const std::size_t n = r.xyz.size() / 3;
-    EXPECT_TRUE(n > 1000 && n <= (std::size_t{1} << 20) + 1025) << n;
-    for (double v : r.xyz) ASSERT_TRUE(std::isfinite(v));
-    EXPECT_EQ(Coords(r.xyz.end() - 3, r.xyz.end()), Flat({huge.p3}));
+namespace {
 
-    // A flattening into a million pieces (2^20, every one halved down to the same
-    // level) is still exactly plain halving: the bound never cuts short a drawing a
-    // caller could use.
-    const CBezier3d big = Scaled(kArch, 0x1p28);
-    const Coords drawn = Drawn(big, 0.001);
-    EXPECT_EQ(drawn.size() / 3, std::size_t{1} << 20);
-    EXPECT_EQ(drawn, Drawn(big, 0.001, true));
+// Streams a long polyline without keeping it: count, longest chord, last vertex and
+// an order-sensitive digest of every coordinate's bits.
+struct Summary : IBezier3dDraw {
+    P last;
+    std::size_t count = 0;
+    double longest = 0.0;
+    std::uint64_t digest = 0;
+    explicit Summary(const P& start) : last(start) {}
+    void LineTo(const P& p) override {
+        longest = std::fmax(longest, p.DistanceTo(last));
+        for (double v : {p.x, p.y, p.z}) {
+            std::uint64_t bits;
+            std::memcpy(&bits, &v, sizeof bits);
+            digest = (digest ^ bits) * 0x100000001b3ull;
+        }
+        last = p;
+        ++count;
+    }
+};
+
+Summary Summarise(const CBezier3d& c, double tol, bool plain = false) {
+    Summary s(c.p0);
+    if (!plain) c.Draw(&s, tol);
+    auto halve = [&](const CBezier3d& piece, auto& self) -> void {
+        if (piece.IsStraight(tol)) return s.LineTo(piece.p3);
+        CBezier3d left, right;
+        piece.Split(left, right);
+        self(left, self);
+        self(right, self);
+    };
+    if (plain) halve(c, halve);
+    return s;
+}
+
+}  // namespace
+
+TEST(Bezier3d, DrawSendsEveryPieceOfAFlatteningWithinTheVertexBudget) {
+    // Four million pieces: plain halving to the last vertex, no long chord at the end.
+    const CBezier3d arch(P(0, 0, 0), P(0, 1e4, 0), P(1e4, 1e4, 0), P(1e4, 0, 0));
+    const Summary drawn = Summarise(arch, 1e-9);
+    EXPECT_EQ(drawn.count, std::size_t{1} << 22);
+    EXPECT_LT(drawn.longest, 0.0072);
+    const Summary plain = Summarise(arch, 1e-9, true);
+    EXPECT_EQ(drawn.digest, plain.digest);
+    EXPECT_EQ(Flat({drawn.last}), Flat({arch.p3}));
+
+    // Tolerances below the rounding of coordinates near 2^40 (a unit in the last
+    // place is 2^-12 there) that halving still finishes, its pieces collapsing onto
+    // the grid: counted first, then drawn exactly.
+    const CBezier3d far(P(0x1p40, 0, 0), P(0x1p40 + 1, 2, 0), P(0x1p40 + 3, 2, 1), P(0x1p40 + 4, 0, 0));
+    for (double tol : {0x1p-10, 0x1p-16, 0x1p-20}) {
+        const Summary fine = Summarise(far, tol);
+        EXPECT_EQ(fine.count, Summarise(far, tol, true).count);
+        EXPECT_EQ(fine.digest, Summarise(far, tol, true).digest);
+    }
+}
+
+TEST(Bezier3d, DrawCoarsensTheWholeCurveWhenHalvingCannotFinish) {
+    // Coordinates just above 2^52 (a unit in the last place is 1 there) at tol
+    // 0.25: halved pieces stop changing before they are straight, so halving never
+    // ends. The whole curve is drawn at the first coarser tolerance that halving
+    // finishes, 0.25 * 4, exactly as plain halving draws it there; the old answer
+    // ended a piece at its end point after 1024 levels.
+    const double o = 0x1p52 + 1;
+    const CBezier3d far(P(o, o, o), P(o + 16, o + 32, o), P(o + 48, o + 32, o + 16), P(o + 64, o, o));
+    const Summary drawn = Summarise(far, 0.25);
+    const Summary plain = Summarise(far, 1.0, true);
+    EXPECT_EQ(drawn.count, plain.count);
+    EXPECT_EQ(drawn.digest, plain.digest);
+    EXPECT_EQ(Flat({drawn.last}), Flat({far.p3}));
+}
+
+TEST(Bezier3d, DrawCoarsensAHugeCurveEvenly) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "counts tens of millions of pieces: seconds in a release build, beyond the timeout here";
+#endif
+    // Finite, 1e30 units across at tol 0.001: halving would need some 10^16
+    // pieces. The curve is drawn evenly at one coarser tolerance: between a quarter
+    // of the budget and the budget, every chord within a small factor of the others,
+    // and the last vertex is p3.
+    const CBezier3d huge(P(0, 0, 0), P(0, 1e30, 0), P(1e30, 1e30, 0), P(1e30, 0, 0));
+    const Summary coarse = Summarise(huge, 0.001);
+    EXPECT_GE(coarse.count, std::size_t{1} << 23);
+    EXPECT_LE(coarse.count, std::size_t{1} << 25);
+    EXPECT_LT(coarse.longest, 4.0 * 1.6e30 / static_cast<double>(coarse.count));
+    EXPECT_EQ(Flat({coarse.last}), Flat({huge.p3}));
 }

@@ -8,6 +8,7 @@
 
 #include <cmath>
 
+#include "support/random.h"
 #include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
@@ -85,11 +86,79 @@ TEST(Circle3d, EvalWrapsWholeTurnsOnlyBeyondTheSquaredTolerance) {
                                {5 * kPi, (5 * kPi - kTwoPi) - kTwoPi}};
     for (const auto& k : cases)
         EXPECT_TRUE(c.Eval(k[0]).x == std::cos(k[1]) && c.Eval(k[0]).y == std::sin(k[1])) << k[0];
-    // Huge and non-finite angles finish at once, unwrapped.
+    // Where turning would never end (2pi is below half a unit in the last place
+    // beyond 2^56), and for non-finite angles, the angle is used unwrapped.
     EXPECT_EQ(c.Eval(1e300).x, std::cos(1e300));
-    EXPECT_FALSE(c.Eval(HUGE_VAL).IsValidObj() || c.Eval(std::nan("")).IsValidObj());
-    EXPECT_LT(Gap(c.Eval(1e6), {std::cos(1e6), std::sin(1e6), 0}), 1e-5);  // turn by turn, with rounding
+    EXPECT_EQ(c.Eval(0x1p56 + 16).y, std::sin(0x1p56 + 16));
+    EXPECT_EQ(c.Eval(-0x1p60).x, std::cos(-0x1p60));
+    EXPECT_FALSE(c.Eval(HUGE_VAL).IsValidObj() || c.Eval(-HUGE_VAL).IsValidObj() || c.Eval(std::nan("")).IsValidObj());
     EXPECT_EQ(c.ParameterOfClosestPoint(P(std::nan(""), 0, 0)), 0.0);
+}
+
+namespace {
+
+// The wrap turn by turn, as literally as it can be written.
+double TurnByTurn(double t) {
+    while (t < -EqualTolSq) t += kTwoPi;
+    while (t > kTwoPi + EqualTolSq) t -= kTwoPi;
+    return t;
+}
+
+}  // namespace
+
+TEST(Circle3d, EvalWrapsLargeAnglesExactlyAsTurnByTurn) {
+    // A circle whose point carries the wrapped angle's rounding to every bit.
+    const CCircle3d c(P(0.25, -0.5, 3), CVector3d(1.5, 0.5, 0), kZ);
+    auto expect = [&](double t) {
+        const double w = TurnByTurn(t);
+        const P want = c.center + c.xAxis * std::cos(w) + c.yAxis * std::sin(w);
+        const P got = c.Eval(t);
+        EXPECT_TRUE(got.x == want.x && got.y == want.y && got.z == want.z) << std::hexfloat << t;
+    };
+    for (double t : {1e6 + 1, 1e7, -1e7, -1e6 - 1, 123456789.125, -987654321.5, 12.0, -12.0}) expect(t);
+    // Both sides of every binade edge from 8 to 2^30, where the rounded step
+    // changes; 8 to 16 is the binade where 2pi falls exactly halfway between two
+    // multiples of the unit, so the step depends on whether t is an odd multiple.
+    for (int e = 3; e <= 24; ++e) {
+        const double edge = std::ldexp(1.0, e);
+        for (double t : {edge, std::nextafter(edge, 0.0), std::nextafter(edge, 2 * edge), edge + kTwoPi, edge - kTwoPi,
+                         edge + 2 * kTwoPi + std::ldexp(edge, -52)}) {
+            expect(t);
+            expect(-t);
+        }
+    }
+    plenar_test::SplitMix64 rng(16);
+    for (int i = 0; i < 400; ++i) expect(rng.Uniform(-1, 1) * std::pow(10.0, rng.Uniform(0, 6.5)));
+    for (int i = 0; i < 3; ++i) expect(rng.Uniform(-1e9, 1e9));
+}
+
+TEST(Circle3d, ParameterWrapFollowsTheSquaredToleranceToAnyMagnitude) {
+    // A negative squared tolerance makes the first loop add turns up to 2e6 and the
+    // second take them back below -2e6: millions of turns, each rounded.
+    const double saved = EqualTolSq;
+    EqualTolSq = -2e6;
+    const CCircle3d c = UnitCircle();
+    const double got = c.ParameterOfClosestPoint(P(0.3, 0.7, 0));
+    const double want = TurnByTurn(std::atan2(0.7, 0.3));
+    EqualTolSq = saved;
+    EXPECT_EQ(got, want);
+    EXPECT_LT(want, -1.9e6);
+}
+
+TEST(Circle3d, ThreePointsOnATinyTriangleGiveAZeroNormal) {
+    // The plane's normal is the cross product of two edges; below DivideByZeroTolSq
+    // in squared length it is zero, the centre is never found and stays at the
+    // origin. 0.9e-5 by 1e-5 is just below that, 1.1e-5 by 1e-5 just above.
+    const P a(5, 5, 5), b(5 + 1e-5, 5, 5);
+    const CCircle3d tiny(a, b, P(5, 5 + 0.9e-5, 5));
+    EXPECT_TRUE(tiny.plane.a == 0 && tiny.plane.b == 0 && tiny.plane.c == 0);
+    EXPECT_TRUE(tiny.center.x == 0 && tiny.center.y == 0 && tiny.center.z == 0);
+    EXPECT_FALSE(tiny.IsValidObj());
+    const CArc3d arc(a, b, P(5, 5 + 0.9e-5, 5));
+    EXPECT_TRUE(arc.plane.a == 0 && arc.plane.b == 0 && arc.plane.c == 0);
+    const CCircle3d small(a, b, P(5, 5 + 1.1e-5, 5));
+    EXPECT_NEAR(small.plane.c, 1.0, 1e-12);
+    EXPECT_LT(Gap(small.center, P(5 + 0.5e-5, 5 + 0.55e-5, 5)), 1e-12);
 }
 
 TEST(Circle3d, ParameterAndProjectionOfCirclesAndEllipses) {

@@ -352,3 +352,105 @@ TEST(CubicBezier2f, RecursionsReturnOnDegenerateInput) {
         }
     }
 }
+
+// Finite curves finer than float can resolve run to the end of their pieces:
+// no early chord, no early stop in the parameter range.
+TEST(CubicBezier2f, RecursionsRunToTheEndOnFiniteInput) {
+    // Tolerance 1e-5 is below the float spacing of these coordinates (3e-5).
+    std::vector<P> pts;
+    Bez(P(0, 0), P(0, 300), P(300, 300), P(300, 0)).ApproximateWithPolyline(pts, 1e-5f);
+    EXPECT_EQ(pts.size(), 168170u);
+    float longest = 0;
+    for (std::size_t i = 1; i < pts.size(); ++i) longest = std::fmax(longest, pts[i].DistanceTo(pts[i - 1]));
+    EXPECT_LT(longest, 0.25f);
+    EXPECT_EQ(pts.back(), P(300, 0));
+
+    // Every neighbouring pair of pieces of a curve meets its own neighbours; at
+    // (20000, 20000) the float spacing is four times the intersection tolerance.
+    const Bez far(P(20000, 20000), P(20000, 20256), P(20256, 20256), P(20256, 20000));
+    CurveIntersections2f self;
+    EXPECT_TRUE(far.IntersectWithBezier(far, kUnit, kUnit, self));
+    EXPECT_EQ(self.points.size(), 16274u);
+    self.SortByParameter1();
+    EXPECT_LT(self.points.front().t1, 0.01f);
+    EXPECT_GT(self.points.back().t1, 0.99f);
+
+    // A piece that is its own left half: flat only within 0.7 float steps, so
+    // halving it again changes nothing. It is answered by its chord, then its
+    // right half (collapsed onto p3) adds p3 once more.
+    const float u = std::nextafter(1.0f, 2.0f) - 1.0f;
+    const Bez stuck(P(1 + u, 1 + u), P(1 + 2 * u, 1 + u), P(1 + 2 * u, 1 + 2 * u), P(1 + 2 * u, 1 + 2 * u));
+    Bez left, right;
+    stuck.Split(0.5f, left, right);
+    ASSERT_EQ(left.p1, stuck.p1);
+    ASSERT_EQ(left.p3, stuck.p3);
+    pts.clear();
+    stuck.ApproximateWithPolyline(pts, 1e-8f);
+    ASSERT_EQ(pts.size(), 2u);
+    EXPECT_EQ(pts[0], stuck.p3);
+    EXPECT_EQ(pts[1], stuck.p3);
+    float t = -1;
+    EXPECT_TRUE(stuck.ParameterOfPointOnCurve(stuck.p0, 1e-8f, t));
+    EXPECT_EQ(t, 0.0f);
+
+    // Coordinates too coarse in float for the tolerance: the result is flat
+    // within a few float steps of the curve's size, never one chord.
+    const Bez huge(P(-1e18f, 3e17f), P(1e18f, 1e18f), P(-1e18f, -1e18f), P(1e18f, 0));
+    pts.clear();
+    huge.ApproximateWithPolyline(pts, 0.001f);
+    EXPECT_GT(pts.size(), 1000u);
+    EXPECT_LT(pts.size(), 100000u);
+    for (std::size_t i = 0; i < pts.size(); i += 97) {
+        float on = -1;
+        EXPECT_TRUE(huge.ParameterOfPointOnCurve(pts[i], 2e12f, on)) << i;
+    }
+}
+
+TEST(CubicBezier2f, ArcOfAnySweepGetsAllItsPieces) {
+    std::vector<P> pts;
+    Bez::ApproximateArc(P(1, 2), 1, 0, 1.65e6f, pts);
+    EXPECT_EQ(pts.size(), 3150919u);
+    // Every piece ends on the circle.
+    for (std::size_t i = 0; i < pts.size(); i += 3) EXPECT_NEAR(pts[i].DistanceTo(P(1, 2)), 1.0f, 1e-3f) << i;
+    Bez::ApproximateArc(P(1, 2), 1, 1.65e6f, 0, pts);
+    EXPECT_EQ(pts.size(), 3150919u);
+    // No count for a sweep that is not finite, nor for one no list can hold.
+    for (float end : {std::numeric_limits<float>::infinity(), std::nanf(""), 3e38f}) {
+        pts.assign(3, P(0, 0));
+        Bez::ApproximateArc(P(0, 0), 1, 0, end, pts);
+        EXPECT_TRUE(pts.empty()) << end;
+    }
+}
+
+// Tolerances that no piece can meet, and non-finite curves, return at once.
+TEST(CubicBezier2f, UnusableTolerancesAndNonFiniteCurvesReturnAtOnce) {
+    const float nan = std::nanf("");
+    for (float tol : {0.0f, -1.0f, nan, 1e-30f}) {
+        std::vector<P> pts;
+        kArch.ApproximateWithPolyline(pts, tol);
+        ASSERT_EQ(pts.size(), 1u) << tol;
+        EXPECT_EQ(pts[0], kArch.p3);
+        float t = 0.25f;
+        EXPECT_FALSE(kArch.ParameterOfPointOnCurve(kArch.p0, tol, t)) << tol;
+        EXPECT_EQ(t, 0.25f);
+    }
+    // The smallest tolerance with a positive float square still searches.
+    float t = -1;
+    EXPECT_TRUE(kArch.ParameterOfPointOnCurve(kArch.p0, 3e-23f, t));
+    EXPECT_EQ(t, 0.0f);
+    // EqualTol so small that half of it squares to zero: no intersections.
+    {
+        plenar_test::ToleranceGuard guard(1e-23);
+        CurveIntersections2f out;
+        EXPECT_FALSE(kArch.IntersectWithBezier(kArch, kUnit, kUnit, out));
+        EXPECT_FALSE(kArch.IntersectWithLine(P(0, 1), P(4, 1), kUnit, kUnit, out));
+        EXPECT_TRUE(out.points.empty());
+    }
+    const Bez notFinite(P(0, 0), P(nan, 1e30f), P(1, 1), P(2, 0));
+    std::vector<P> pts;
+    notFinite.ApproximateWithPolyline(pts, 0.001f);
+    EXPECT_EQ(pts.size(), 1u);
+    CurveIntersections2f out;
+    EXPECT_FALSE(notFinite.IntersectWithBezier(kArch, kUnit, kUnit, out));
+    EXPECT_FALSE(kArch.IntersectWithBezier(notFinite, kUnit, kUnit, out));
+}
