@@ -80,3 +80,16 @@ def test_welder_and_mesh_share_one_mesh():
     assert len(mesh.points) == 6 and mesh.CountPolygonPoints(2) == 4
     assert mesh.polygonIndices == [1, 2, 3, 4, 2, 5, 6, 3]
     assert mesh.AddPolygon([1, 2, 7]) == 0  # an index beyond the pool refuses the polygon
+
+
+def test_welder_follows_the_tolerance_and_a_rebuilt_pool():
+    mesh = P.CPolygonMesh()
+    welder = P.CMeshWelder(mesh)
+    points = np.array([[0.0, 0, 0], [0.004, 0, 0], [0.008, 0, 0]])
+    assert welder.InsertPoints(points).tolist() == [1, 2, 3]
+    P.EqualTol = 0.005  # read at every call, as the mesh does
+    assert welder.FindPoint(P.CPoint3d(0.006, 0, 0)) == mesh.FindPoint(P.CPoint3d(0.006, 0, 0)) == 2
+    P.EqualTol = 0.001
+    mesh.Transform(P.CTransformation.Translate(P.CVector3d(10, 0, 0)))
+    welder.Rebuild()
+    assert welder.FindPoint(P.CPoint3d(10.004, 0, 0)) == 2 and welder.FindPoint(P.CPoint3d(0.004, 0, 0)) == 0
