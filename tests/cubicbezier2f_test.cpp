@@ -3,9 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <vector>
 
+#include "support/predicates.h"
+#include "support/random.h"
 #include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
@@ -453,4 +457,86 @@ TEST(CubicBezier2f, UnusableTolerancesAndNonFiniteCurvesReturnAtOnce) {
     CurveIntersections2f out;
     EXPECT_FALSE(notFinite.IntersectWithBezier(kArch, kUnit, kUnit, out));
     EXPECT_FALSE(kArch.IntersectWithBezier(notFinite, kUnit, kUnit, out));
+}
+
+namespace {
+
+// FNV-1a over the found flag, the hit count and the bits of every hit in order.
+struct Digest {
+    std::uint64_t h = 14695981039346656037ull;
+    std::size_t hits = 0;
+    void Mix(std::uint32_t v) {
+        for (int i = 0; i < 4; ++i) h = (h ^ ((v >> (8 * i)) & 0xffu)) * 1099511628211ull;
+    }
+    void MixF(float f) {
+        std::uint32_t v;
+        std::memcpy(&v, &f, sizeof v);
+        Mix(v);
+    }
+    void Add(bool found, const CurveIntersections2f& out) {
+        Mix(found ? 1u : 0u);
+        Mix(static_cast<std::uint32_t>(out.points.size()));
+        hits += out.points.size();
+        for (const IntersectionPoint2f& ip : out.points) {
+            MixF(ip.point.x);
+            MixF(ip.point.y);
+            MixF(ip.t1);
+            MixF(ip.t2);
+        }
+    }
+};
+
+Bez RandomCurve(plenar_test::SplitMix64& rng, float lo, float hi) {
+    const plenar_test::UniformReal u(lo, hi);
+    const auto f = [&] { return static_cast<float>(u(rng)); };
+    return Bez(P(f(), f()), P(f(), f()), P(f(), f()), P(f(), f()));
+}
+
+}  // namespace
+
+// The hits of seeded random curve pairs, bit for bit and in order, as recorded:
+// ordinary crossings, near-tangent and tiny pieces, curves against themselves,
+// straight curves either way round, coordinates too coarse in float for the
+// tolerance, and changed tolerances.
+TEST(CubicBezier2f, CurveHitsMatchRecordedBits) {
+    plenar_test::SplitMix64 rng(0x5eed2026);
+    Digest d;
+    const auto pair = [&](const Bez& a, const Bez& b) {
+        CurveIntersections2f out;
+        const bool found = a.IntersectWithBezier(b, kUnit, kUnit, out);
+        d.Add(found, out);
+    };
+    for (int i = 0; i < 1500; ++i) pair(RandomCurve(rng, 0, 100), RandomCurve(rng, 0, 100));
+    for (int i = 0; i < 300; ++i) pair(RandomCurve(rng, 0, 0.004f), RandomCurve(rng, 0, 0.004f));
+    for (int i = 0; i < 60; ++i) {
+        const Bez c = RandomCurve(rng, 0, 2);
+        pair(c, c);
+    }
+    for (int i = 0; i < 200; ++i) {
+        const Bez c = RandomCurve(rng, 0, 10);
+        const P a = c.EvaluatePoint(0.25f), b(static_cast<float>(rng.Uniform(0, 10)), c.p3.y);
+        const Bez line(a, b);
+        pair(c, line);
+        pair(line, c);
+        CurveIntersections2f out;
+        const bool found = c.IntersectWithLine(a, b, Rangef(0.25f, 0.75f), Rangef(1, 0), out);
+        d.Add(found, out);
+    }
+    for (int i = 0; i < 20; ++i) pair(RandomCurve(rng, 20000, 20256), RandomCurve(rng, 20000, 20256));
+    for (int i = 0; i < 5; ++i) pair(RandomCurve(rng, -1e18f, 1e18f), RandomCurve(rng, -1e18f, 1e18f));
+    const Bez far(P(20000, 20000), P(20000, 20256), P(20256, 20256), P(20256, 20000));
+    pair(far, far);
+    pair(far, RandomCurve(rng, 20000, 20256));
+    for (double tol : {1e-9, 0.5}) {
+        plenar_test::ToleranceGuard guard(tol);
+        for (int i = 0; i < 20; ++i) pair(RandomCurve(rng, 0, 4), RandomCurve(rng, 0, 4));
+    }
+    {
+        // Too many pieces at this tolerance: the pass gives up and starts over.
+        plenar_test::ToleranceGuard guard(1e-9);
+        const Bez arch(P(0, 0), P(0, 1), P(1, 1), P(1, 0));
+        pair(arch, arch);
+    }
+    EXPECT_EQ(d.hits, 24455u);
+    EXPECT_EQ(d.h, 0x6d252575db33848bull);
 }
