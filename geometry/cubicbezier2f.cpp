@@ -295,11 +295,11 @@ struct Hits {
             out.Add(ip);
             return;
         }
-        // The duplicate rule of CurveIntersections2f::Add, over the tail only.
-        if (static_cast<float>(EqualTol) > 0.0f) {
-            for (std::size_t i = from; i < out.points.size(); ++i) {
-                if (out.points[i] == ip) return;
-            }
+        // The duplicate rule of CurveIntersections2f::Add, over the tail only. The
+        // passes run only at a tolerance with a positive float square, where Add
+        // always scans.
+        for (std::size_t i = from; i < out.points.size(); ++i) {
+            if (out.points[i] == ip) return;
         }
         out.points.push_back(ip);
     }
@@ -373,12 +373,11 @@ bool CurveHitsLine(const CCubicBezier2f& c, const CRect2f& cb, const CCubicBezie
     const std::size_t count = points.size();
     for (std::size_t i = kept; i < count; ++i) points[i].SwapParameters();
     work.Scan(kept * (count - kept));
-    const bool scan = static_cast<float>(EqualTol) > 0.0f;
     std::size_t joined = kept;
     for (std::size_t i = kept; i < count; ++i) {
         const IntersectionPoint2f ip = points[i];
         bool duplicate = false;
-        for (std::size_t j = 0; scan && j < joined && !duplicate; ++j) duplicate = points[j] == ip;
+        for (std::size_t j = 0; j < joined && !duplicate; ++j) duplicate = points[j] == ip;
         if (!duplicate) points[joined++] = ip;
     }
     points.resize(joined);
