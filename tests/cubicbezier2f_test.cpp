@@ -214,6 +214,38 @@ TEST(CubicBezier2f, ParameterOfPointOnCurve) {
     EXPECT_NEAR(t, 0.5f, 1e-5f);
 }
 
+// Boundaries of the point search at dyadic offsets: 3/1024 and 4/1024 put a
+// point exactly tol = 5/1024 away, where the strict tests must fail.
+TEST(CubicBezier2f, PointSearchBoundariesAreStrict) {
+    const float k = 1.0f / 1024;
+    const float tol = 5 * k;
+    float t = -7.0f;
+    // Behind the start or past the end by exactly tol: every flat piece's chord
+    // clamps to the end point, and the end-point fallback is strict.
+    EXPECT_FALSE(kArch.ParameterOfPointOnCurve(P(-3 * k, -4 * k), tol, t));
+    EXPECT_FALSE(kArch.ParameterOfPointOnCurve(P(4 + 3 * k, -4 * k), tol, t));
+    EXPECT_EQ(t, -7.0f);
+    EXPECT_TRUE(kArch.ParameterOfPointOnCurve(P(-3 * k, -3 * k), tol, t));
+    EXPECT_EQ(t, 0.0f);
+    EXPECT_TRUE(kArch.ParameterOfPointOnCurve(P(4 + 3 * k, -3 * k), tol, t));
+    EXPECT_EQ(t, 1.0f);
+
+    // A piece smaller than tol that doubles back (so not flat) stands for the
+    // middle of its control bounds, (k, 0), within tol strictly.
+    const Bez tiny(P(0, 0), P(-k, 0), P(3 * k, 0), P(2 * k, 0));
+    t = -7.0f;
+    EXPECT_FALSE(tiny.ParameterOfPointOnCurve(P(4 * k, 4 * k), tol, t));
+    EXPECT_EQ(t, -7.0f);
+    EXPECT_TRUE(tiny.ParameterOfPointOnCurve(P(4 * k, 3 * k), tol, t));
+    EXPECT_EQ(t, 0.5f);
+
+    // A piece whose bounds' diagonal is exactly tol is still bisected.
+    const Bez edge(P(0, 0), P(-k, 0), P(2 * k, 4 * k), P(2 * k, 0));
+    ASSERT_EQ(edge.ControlPointBounds().DiagonalSquared(), tol * tol);
+    EXPECT_TRUE(edge.ParameterOfPointOnCurve(edge.p0, tol, t));
+    EXPECT_EQ(t, 0.25f);
+}
+
 TEST(CubicBezier2f, RectangleContactAndContainment) {
     EXPECT_TRUE(kArch.Intersects(CRect2f(1.5f, 2.9f, 1, 1)));
     EXPECT_TRUE(kArch.Intersects(CRect2f(-1, -1, 1, 1)));
@@ -252,6 +284,28 @@ TEST(CubicBezier2f, PolylineNeverEmitsTheSeedOrDuplicatesAJoint) {
             }
         }
     }
+}
+
+// The joint test of the polyline at dyadic offsets: each coordinate within
+// EqualTol inclusively, and the squared distance strictly below EqualTolSq (set
+// here on its own, as a client may leave it).
+TEST(CubicBezier2f, PolylineJointIsInclusivePerAxisAndStrictInDistance) {
+    const float k = 1.0f / 1024;
+    const Bez unit(P(0, 0), P(1, 0));
+    const auto pointsAfter = [&](double tol, double tolSq, const P& last) {
+        plenar_test::ToleranceGuard guard(tol);
+        const double savedSq = EqualTolSq;
+        EqualTolSq = tolSq;
+        std::vector<P> pts(1, last);
+        unit.ApproximateWithPolyline(pts, 0.01f);
+        EqualTolSq = savedSq;
+        return pts.size();  // 2 when last stands for p0, 3 when p0 follows it
+    };
+    EXPECT_EQ(pointsAfter(5 * k, 25 * k * k, P(3 * k, 4 * k)), 3u);  // exactly tol away
+    EXPECT_EQ(pointsAfter(5 * k, 25 * k * k, P(3 * k, 3 * k)), 2u);
+    EXPECT_EQ(pointsAfter(3 * k, 25 * k * k, P(3 * k, 0)), 2u);
+    EXPECT_EQ(pointsAfter(3 * k, 25 * k * k, P(0, -3 * k)), 2u);
+    EXPECT_EQ(pointsAfter(3 * k, 25 * k * k, P(0, 4 * k)), 3u);
 }
 
 TEST(CubicBezier2f, ArcPiecesAndDirection) {
