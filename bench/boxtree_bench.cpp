@@ -53,16 +53,19 @@ struct Scene {
     std::string name;
 };
 
-// A city of boxes: 1000 x 1000 cells of 10 units, one box per cell with a random
+// A city of boxes: 1000 x 1000 cells of 10 units (PLENAR_BENCH_GRID cells a
+// side instead, e.g. 3163 for 10 million boxes), one box per cell with a random
 // footprint and height.
 const Scene& Generated() {
     static const Scene scene = [] {
         Scene s;
         s.name = "generated";
+        const char* grid = std::getenv("PLENAR_BENCH_GRID");
+        const int side = grid != nullptr && std::atoi(grid) > 0 ? std::atoi(grid) : 1000;
         Rng rng(1000000);
-        s.boxes.reserve(1000000);
-        for (int j = 0; j < 1000; ++j)
-            for (int i = 0; i < 1000; ++i) {
+        s.boxes.reserve(static_cast<std::size_t>(side) * static_cast<std::size_t>(side));
+        for (int j = 0; j < side; ++j)
+            for (int i = 0; i < side; ++i) {
                 const CPoint3d lo(10.0 * i + rng.Uniform(0, 4), 10.0 * j + rng.Uniform(0, 4), rng.Uniform(0, 2));
                 const CPoint3d hi(lo.x + rng.Uniform(1, 6), lo.y + rng.Uniform(1, 6), lo.z + rng.Uniform(1, 40));
                 s.boxes.emplace_back(lo, hi);

@@ -120,10 +120,16 @@ inline Scene MakeScene(const SceneSize& size, std::uint64_t seed) {
             group.boxCount = size.boxesPerGroup;
             const double cx = (g % cellColumns) * cell, cy = (g / cellColumns) * cell;
             for (int b = 0; b < size.boxesPerGroup; ++b) {
-                const CPoint3d low(cx + rng.Uniform(0.0, cell - 1.5), cy + rng.Uniform(0.0, cell - 1.5),
-                                   rng.Uniform(0.0, 3.0));
-                const CPoint3d high(low.x + rng.Uniform(0.2, 1.5), low.y + rng.Uniform(0.2, 1.5),
-                                    low.z + rng.Uniform(0.2, 2.5));
+                // One draw per statement: the order in which a compiler evaluates
+                // function arguments is unspecified, and the scene must not depend on it.
+                const double lx = rng.Uniform(0.0, cell - 1.5);
+                const double ly = rng.Uniform(0.0, cell - 1.5);
+                const double lz = rng.Uniform(0.0, 3.0);
+                const double ex = rng.Uniform(0.2, 1.5);
+                const double ey = rng.Uniform(0.2, 1.5);
+                const double ez = rng.Uniform(0.2, 2.5);
+                const CPoint3d low(cx + lx, cy + ly, lz);
+                const CPoint3d high(low.x + ex, low.y + ey, low.z + ez);
                 const CBoundingBox3d box(low, high);
                 scene.boxes.push_back(box);
                 group.bounds += box;

@@ -212,21 +212,18 @@ void CMeshWelder::Reset(double tol) {
 // rounded bounds still bracket q; the key is monotone, so q's cell is among those
 // filed here. Non-finite points equal nothing and are skipped.
 void CMeshWelder::IndexPoint(std::size_t index) {
-    if (index >= MaxIndexed || entries_.size() >= MaxEntries) {
-        // Too large for 32-bit lists: the scan answers this tolerance from now on.
-        mode_ = EMode::Scan;
-        indexed_ = 0;
-        usedCells_ = 0;
-        std::vector<Cell>().swap(cells_);
-        std::vector<Entry>().swap(entries_);
-        return;
-    }
+    // Too large for 32-bit lists: the scan answers this tolerance from now on.
+    if (index >= MaxIndexed || entries_.size() >= MaxEntries) return FallBackToScan();
     const CPoint3d p = mesh_->points[index];
     if (IsFinite(p)) {
         const double tol = tol_, inv = inverseCell_;
         const std::int64_t x0 = FloorKey(p.x - tol, inv), x1 = FloorKey(p.x + tol, inv);
         const std::int64_t y0 = FloorKey(p.y - tol, inv), y1 = FloorKey(p.y + tol, inv);
         const std::int64_t z0 = FloorKey(p.z - tol, inv), z1 = FloorKey(p.z + tol, inv);
+        // The box of half-width tol spans a quarter of a cell, so at most two cells
+        // per axis. More means p +- tol overflowed (a tolerance and coordinates near
+        // the largest double): the scan answers such a pool instead.
+        if (x1 > x0 + 2 || y1 > y0 + 2 || z1 > z0 + 2) return FallBackToScan();
         const std::uint32_t point = static_cast<std::uint32_t>(index);
         for (std::int64_t kx = x0; kx <= x1; ++kx) {
             for (std::int64_t ky = y0; ky <= y1; ++ky) {
@@ -236,6 +233,15 @@ void CMeshWelder::IndexPoint(std::size_t index) {
     }
     indexed_ = index + 1;
     lastIndexed_ = p;
+}
+
+// Drops the index: the linear scan answers the current tolerance from now on.
+void CMeshWelder::FallBackToScan() {
+    mode_ = EMode::Scan;
+    indexed_ = 0;
+    usedCells_ = 0;
+    std::vector<Cell>().swap(cells_);
+    std::vector<Entry>().swap(entries_);
 }
 
 // Appends point to the list of the cell with this hash, opening the cell when it

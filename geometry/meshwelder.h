@@ -15,7 +15,8 @@
 ///     appended like any other unmatched point but never indexed. A NaN, zero or
 ///     negative EqualTol (or one whose square is 0) matches nothing: every insert
 ///     appends, with no index kept. An infinite EqualTol is answered by the linear
-///     scan, as are pools beyond the index's 32-bit lists (never below 150 million
+///     scan, as are pools with a point whose box of +-EqualTol overflows, and pools
+///     beyond the index's 32-bit lists (never below 150 million
 ///     points). Coordinates beyond about 2^65 * EqualTol share boundary cells:
 ///     still exact, but slower where many of them crowd.
 ///   - The index holds about 50 to 100 bytes per pool point besides the pool. The
@@ -102,6 +103,7 @@ private:
     void Sync(double tol);
     void Reset(double tol);
     void IndexPoint(std::size_t index);
+    void FallBackToScan();
     void AddToCell(std::uint64_t hash, std::uint32_t point);
     void Grow();
     long Lookup(const CPoint3d& point, double tol) const;

@@ -123,6 +123,18 @@ TEST(MeshWelder, DegenerateTolerancesGiveTheScansAnswers) {
     EXPECT_EQ(w.FindPoint(P(Inf, 0, 0)), 0);
 }
 
+TEST(MeshWelder, ToleranceBoxesThatOverflowFallBackToTheScan) {
+    // p + tol overflows to infinity: the index cannot file such a point in a few
+    // cells, and must neither loop over the clamped key range nor exhaust memory.
+    ToleranceGuard guard(1e308);
+    CPolygonMesh mesh(0), reference(0);
+    CMeshWelder w(mesh);
+    for (const P& p : {P(1e308, 1e308, 1e308), P(1e308, 1e308, 1e308), P(-1e308, 0, 5e307), P(1, 2, 3)}) {
+        EXPECT_EQ(w.InsertPoint(p), reference.InsertPoint(p)) << p;
+    }
+    EXPECT_EQ(mesh.points.size(), reference.points.size());
+}
+
 // Seeded random sequences of every operation, compared call by call and pool by
 // pool with the linear scan, with EqualTol changing mid-sequence and the pool
 // grown and shrunk behind the welder's back.

@@ -1,3 +1,4 @@
+#include <geometry/plane.h>
 #include <geometry/point3d.h>
 #include <gtest/gtest.h>
 #include <support/tolerance_guard.h>
@@ -90,6 +91,7 @@ TEST(CPoint3d, EqualsIsStrictAndSphericalWhileOrderIsInclusive) {
     EXPECT_TRUE(b > o);
     EXPECT_TRUE(!(o > b));
     EXPECT_TRUE(!o.Equals(b, g::EqualTol));
+    EXPECT_FALSE(b < o);  // x decides at exactly EqualTol; y would say less
     // Rows: the other point, then o < it and o > it. y decides, inclusive, before z.
     const struct {
         P q;
@@ -180,6 +182,25 @@ TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
     EXPECT_FALSE(p.IsValidObj());
 }
 
+TEST(CPoint3d, LeastSquaresFitAcceptsPlanesUpToEqualTol) {
+    // x = 0 and x = 2h pull the fit to x = h, exactly h from both: inclusive.
+    plenar_test::ToleranceGuard guard(0x5p-10);
+    const auto planes = [](double h) {
+        return std::vector<g::CPlane>{{1, 0, 0, 0}, {1, 0, 0, -2 * h}, {0, 1, 0, 0}, {0, 0, 1, 0}};
+    };
+    P p;
+    EXPECT_TRUE(p.LeastSquaresFit(planes(0x4p-10)));
+    ExpectXYZ(p, 0x4p-10, 0, 0);
+    EXPECT_TRUE(p.LeastSquaresFit(planes(0x5p-10)));
+    EXPECT_FALSE(p.LeastSquaresFit(planes(0x6p-10)));
+    // Three planes are enough, through either overload.
+    std::vector<g::CPlane> three = planes(0);
+    three.erase(three.begin());
+    EXPECT_TRUE(p.LeastSquaresFit(3, three.data()));
+    EXPECT_FALSE(p.LeastSquaresFit(2, three.data()));
+    EXPECT_FALSE(p.LeastSquaresFit(3, nullptr));
+}
+
 TEST(CPoint3d, IntersectGeneralCase) {
     const double gap = 0x1p-12;
     Check({
@@ -212,6 +233,20 @@ TEST(CPoint3d, IntersectGeneralCase) {
         {{kNaN, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, NoMeeting, -1, -1, kUnset},
         {{0, 0, 0}, {1, 0, 0}, {0, kNaN, 0}, {0, kNaN, 0}, NoMeeting, -1, -1, kUnset},
     });
+    // Crossing at sin^2 of the angle exactly DivideByZeroTol (inclusive) is still a
+    // crossing; the parallel branch would reject these offset lines.
+    const double h = 0x1.4fdf3b64a23d7p-18;
+    const P c1(0, 0, 0), c2(1, 0, 0), c3(-0x1p-11, -h, 0), c4(1 + 0x1p-11, h, 0);
+    const CVector3d ca = c2 - c1, cb = c4 - c3;
+    ASSERT_EQ((ca * cb).LengthSquared() / (ca.LengthSquared() * cb.LengthSquared()), g::DivideByZeroTol);
+    Check({{c1, c2, c3, c4, MeetInsideP1P2 | MeetInsideP3P4, 0.5, 0.5, {0.5, 0, 0}, 1e-9}});
+    {
+        // The interior is open at t = 1 and u = 1: p1 + (p2 - p1) rounds to 0, which
+        // a tolerance of 2^-61 tells apart from p2 = 2^-60.
+        plenar_test::ToleranceGuard tiny(0x1p-61);
+        Check({{{1, 0, 0}, {0x1p-60, 0, 0}, {0, -1, 0}, {0, 1, 0}, NoMeeting, -1, -1, kUnset},
+               {{0, -1, 0}, {0, 1, 0}, {1, 0, 0}, {0x1p-60, 0, 0}, NoMeeting, -1, -1, kUnset}});
+    }
     // The overload without parameters answers whether the classifier found anything.
     P at(7, 7, 7);
     EXPECT_TRUE(at.Intersect({0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}));
@@ -242,6 +277,16 @@ TEST(CPoint3d, IntersectCollinearReportsOnePointInteriorFirst) {
         {{0, 0, 0}, {4, 0, 0}, {1, 0.0001, 0}, {6, 0.0001, 0}, NoMeeting, -1, -1, kUnset},
         {{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {2, 1, 0}, NoMeeting, -1, -1, kUnset},
     });
+    // The relative test is inclusive: sin^2 of the angle between p1-p2 and p1-p3
+    // exactly DivideByZeroTol still counts as collinear.
+    const double wx = 0x1.02p-2, wy = 0x1.522a6f3f9b9b0p-19;
+    const CVector3d a(1, 0, 0), w(wx, wy, 0);
+    ASSERT_EQ((a * w).LengthSquared() / (w.LengthSquared() * a.LengthSquared()), g::DivideByZeroTol);
+    Check({{{0, 0, 0}, {1, 0, 0}, {wx, wy, 0}, {wx + 1, wy, 0}, MeetInsideP1P2 | MeetAtP3, wx, 0, {wx, wy / 2, 0}}});
+    // An end lying at t = 1 exactly is on the segment: p1 + (p2 - p1) rounds to 0,
+    // 2^-60 short of p2, which a tolerance of 2^-61 tells apart.
+    plenar_test::ToleranceGuard tiny(0x1p-61);
+    Check({{{1, 0, 0}, {0x1p-60, 0, 0}, {0, 0, 0}, {-5, 0, 0}, MeetInsideP1P2 | MeetAtP3, 1, 0, {0, 0, 0}}});
 }
 
 TEST(CPoint3d, IntersectPointLikeSegments) {

@@ -69,6 +69,13 @@ TEST(CUnitVector3d, NormalizeGuardsAndUnitShortcut) {
 TEST(CUnitVector3d, ValidObjNeedsFiniteUnitLength) {
     EXPECT_TRUE(U::FromComponents(1 + 0x1p-22, 0, 0).IsValidObj());   // |L2 - 1| ~ 4.8e-7
     EXPECT_FALSE(U::FromComponents(1 + 0x1p-19, 0, 0).IsValidObj());  // ~ 3.8e-6
+    {
+        // Strict against EqualTolSq: with a dyadic tolerance, L2 = 1 + 2^-20 exactly
+        // is one tolerance away and fails; 1 + 2^-22 passes.
+        plenar_test::SquaredToleranceGuard guard(0x1p-20);
+        EXPECT_FALSE(U::FromComponents(1, 0x1p-10, 0).IsValidObj());
+        EXPECT_TRUE(U::FromComponents(1, 0, 0x1p-11).IsValidObj());
+    }
     const double nan = std::numeric_limits<double>::quiet_NaN();
     EXPECT_TRUE(U::FromComponents(0, 0, nan).IsValid());  // NaN counts as non-zero
     EXPECT_FALSE(U::FromComponents(0, 0, nan).IsValidObj());

@@ -93,6 +93,10 @@ TEST(CVector3d, AngleBetweenTestsTheRawDotFirst) {
     // Large dot but a short vector: 0.0, neither pi/2 nor an arc cosine.
     EXPECT_EQ(V(0.0005, 0, 0).AngleBetween(V(1e4, 0, 0)), 0.0);
     EXPECT_EQ(V(1e4, 0, 0).AngleBetween(V(0.0005, 0, 0)), 0.0);
+    // Not parallel, so an arc cosine would give pi/4: the length guard is EqualTol,
+    // not its square.
+    EXPECT_EQ(V(0.0005, 0, 0).AngleBetween(V(1e4, 1e4, 0)), 0.0);
+    EXPECT_EQ(V(1e4, 1e4, 0).AngleBetween(V(0.0005, 0, 0)), 0.0);
     // d / L1 / L2 rounds to +-1.0000000000000002 here: clamped.
     const V v(1, 1, 1);
     EXPECT_EQ(v.AngleBetween(v), 0.0);
@@ -101,6 +105,8 @@ TEST(CVector3d, AngleBetweenTestsTheRawDotFirst) {
     // Both tests are strict: a dot and a length of exactly EqualTol reach acos.
     plenar_test::ToleranceGuard guard(0.125);
     EXPECT_EQ(V(-0.125, 0, 0).AngleBetween(V(1, 0, 0)), kPi);
+    EXPECT_NEAR(V(0.125, 0, 0).AngleBetween(V(1, 1, 0)), kPi / 4, 1e-15);
+    EXPECT_NEAR(V(1, 1, 0).AngleBetween(V(0.125, 0, 0)), kPi / 4, 1e-15);
 }
 
 TEST(CVector3d, CrossProductsFramesAndUnguardedDivision) {

@@ -29,6 +29,19 @@ private:
     float savedTolF_ = velmor::geometry::EqualTolF;
 };
 
+// Sets EqualTolSq for the lifetime of the guard, for tests that need a squared
+// tolerance other than the load-time one (for example an exact power of two).
+class SquaredToleranceGuard {
+public:
+    explicit SquaredToleranceGuard(double equalTolSq) { velmor::geometry::EqualTolSq = equalTolSq; }
+    ~SquaredToleranceGuard() { velmor::geometry::EqualTolSq = saved_; }
+    SquaredToleranceGuard(const SquaredToleranceGuard&) = delete;
+    SquaredToleranceGuard& operator=(const SquaredToleranceGuard&) = delete;
+
+private:
+    double saved_ = velmor::geometry::EqualTolSq;
+};
+
 }  // namespace plenar_test
 
 #endif
