@@ -1,19 +1,27 @@
 // Throughput of flattening cubic Bezier curves and of intersecting them with each
 // other, beside plain loops doing the naive version of each job: uniform sampling
 // for flattening, and all pairs of segments of two uniformly sampled polylines
-// for intersection.
+// for intersection. Curve intersection is also measured against the plain
+// pairwise recursion below, which finds the same hits in the same order and bits
+// but recomputes each piece's bounds, flatness and halves at every pair it meets.
 #include <geometry/cubicbezier2f.h>
 #include <geometry/intersection2f.h>
 
 #include <benchmark/benchmark.h>
 
+#include <cmath>
 #include <cstdint>
+#include <cstring>
+#include <ctime>
+#include <initializer_list>
 #include <random>
 #include <vector>
 
 using velmor::geometry::CCubicBezier2f;
 using velmor::geometry::CPoint2f;
+using velmor::geometry::CRect2f;
 using velmor::geometry::CurveIntersections2f;
+using velmor::geometry::IntersectionPoint2f;
 using velmor::geometry::Rangef;
 
 namespace {
@@ -33,6 +41,163 @@ const std::vector<CCubicBezier2f>& InputCurves() {
     }();
     return curves;
 }
+
+// --- The plain pairwise recursion, with the same stop rules and work caps as the
+// library's, each pair visit working its pieces out afresh.
+namespace plain {
+
+constexpr int kMaxDepth = 400;
+constexpr int kMaxStall = 4;
+constexpr std::uint64_t kMaxBisections = std::uint64_t(1) << 22;
+constexpr std::uint64_t kMaxScans = std::uint64_t(1) << 30;
+
+bool SameCurve(const CCubicBezier2f& a, const CCubicBezier2f& b) {
+    return a.p0 == b.p0 && a.p1 == b.p1 && a.p2 == b.p2 && a.p3 == b.p3;
+}
+
+bool SameRect(const CRect2f& a, const CRect2f& b) {
+    return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
+}
+
+CPoint2f MidPoint(const CCubicBezier2f& c) {
+    return CPoint2f(((c.p0.x * 0.125f + c.p1.x * 0.375f) + c.p2.x * 0.375f) + c.p3.x * 0.125f,
+                    ((c.p0.y * 0.125f + c.p1.y * 0.375f) + c.p2.y * 0.375f) + c.p3.y * 0.125f);
+}
+
+struct Descent {
+    int depth = 0;
+    int stall = 0;
+    bool CanSplit() const { return depth < kMaxDepth && stall < kMaxStall; }
+    Descent Into(const CCubicBezier2f& half, const CCubicBezier2f& parent, const CRect2f& parentBounds) const {
+        if (SameCurve(half, parent)) return {depth + 1, kMaxStall};
+        return {depth + 1, SameRect(half.ControlPointBounds(), parentBounds) ? stall + 1 : 0};
+    }
+};
+
+struct Work {
+    float tol;
+    std::uint64_t left;
+    bool exhausted = false;
+    std::uint64_t scans = kMaxScans;
+    void Scan(std::size_t stored) {
+        if (stored > scans) {
+            exhausted = true;
+            scans = 0;
+        } else {
+            scans -= stored;
+        }
+    }
+    bool Take() {
+        if (left == 0) {
+            exhausted = true;
+            return false;
+        }
+        --left;
+        return true;
+    }
+};
+
+float ResolutionTol(std::initializer_list<const CPoint2f*> points) {
+    float m = 0.0f;
+    for (const CPoint2f* p : points) m = std::fmax(m, std::fmax(std::fabs(p->x), std::fabs(p->y)));
+    return 4.0f * (m - std::nextafter(m, 0.0f));
+}
+
+bool ChordHit(const CCubicBezier2f& c, const CPoint2f& a, const CPoint2f& b, const Rangef& r1, const Rangef& r2,
+              CurveIntersections2f& out, Work& work) {
+    IntersectionPoint2f ip;
+    if (!velmor::geometry::IntersectLineSegments(c.p0, c.p3, a, b, ip)) return false;
+    ip.ScaleParameters(r1, r2);
+    work.Scan(out.points.size());
+    out.Add(ip);
+    return true;
+}
+
+bool LineHits(const CCubicBezier2f& c, const CPoint2f& a, const CPoint2f& b, const Rangef& r1, const Rangef& r2,
+              CurveIntersections2f& out, Work& work, Descent at) {
+    const CRect2f cb = c.ControlPointBounds();
+    if (!cb.Intersects(a, b)) return false;
+    if (c.IsLine(work.tol)) return ChordHit(c, a, b, r1, r2, out, work);
+    if (cb.DiagonalSquared() < work.tol * work.tol) {
+        const CPoint2f m = MidPoint(c);
+        float t = 0.0f;
+        if (m.IsOnLine(a, b, t)) {
+            work.Scan(out.points.size());
+            out.Add(m, r1.Evaluate(0.5f), r2.Evaluate(t));
+            return true;
+        }
+    }
+    if (!at.CanSplit() || !work.Take()) return ChordHit(c, a, b, r1, r2, out, work);
+    CCubicBezier2f left, right;
+    c.Split(0.5f, left, right);
+    const bool h1 = LineHits(left, a, b, r1.Left(0.5f), r2, out, work, at.Into(left, c, cb));
+    if (work.exhausted) return h1;
+    const bool h2 = LineHits(right, a, b, r1.Right(0.5f), r2, out, work, at.Into(right, c, cb));
+    return h1 || h2;
+}
+
+bool CurveHitsLine(const CCubicBezier2f& c, const CCubicBezier2f& line, const Rangef& r1, const Rangef& r2,
+                   CurveIntersections2f& out, Work& work, Descent at) {
+    CurveIntersections2f swapped;
+    const bool found = LineHits(c, line.p0, line.p3, r1, r2, swapped, work, at);
+    if (found) {
+        swapped.SwapParameters();
+        work.Scan(out.points.size() * swapped.points.size());
+        out.Add(swapped);
+    }
+    return found;
+}
+
+bool CurveHits(const CCubicBezier2f& c, const CCubicBezier2f& other, const Rangef& r1, const Rangef& r2,
+               CurveIntersections2f& out, Work& work, Descent at) {
+    const CRect2f cb = c.ControlPointBounds();
+    const CRect2f ob = other.ControlPointBounds();
+    if (!cb.Intersects(ob)) return false;
+    const float tol = work.tol;
+    if (other.IsLine(tol)) return LineHits(c, other.p0, other.p3, r1, r2, out, work, Descent{at.depth, 0});
+    if (c.IsLine(tol)) return CurveHitsLine(other, c, r2, r1, out, work, Descent{at.depth, 0});
+    if (cb.DiagonalSquared() >= tol * tol) {
+        if (!at.CanSplit() || !work.Take()) return CurveHitsLine(other, c, r2, r1, out, work, Descent{at.depth, 0});
+        CCubicBezier2f a1, a2, b1, b2;
+        c.Split(0.5f, a1, a2);
+        other.Split(0.5f, b1, b2);
+        const auto into = [&](const CCubicBezier2f& half, const CCubicBezier2f& otherHalf) {
+            if (SameCurve(half, c) && SameCurve(otherHalf, other)) return Descent{at.depth + 1, kMaxStall};
+            const bool same = SameRect(half.ControlPointBounds(), cb) && SameRect(otherHalf.ControlPointBounds(), ob);
+            return Descent{at.depth + 1, same ? at.stall + 1 : 0};
+        };
+        bool found = CurveHits(a1, b1, r1.Left(0.5f), r2.Left(0.5f), out, work, into(a1, b1));
+        if (work.exhausted) return found;
+        found = CurveHits(a1, b2, r1.Left(0.5f), r2.Right(0.5f), out, work, into(a1, b2)) || found;
+        if (work.exhausted) return found;
+        found = CurveHits(a2, b1, r1.Right(0.5f), r2.Left(0.5f), out, work, into(a2, b1)) || found;
+        if (work.exhausted) return found;
+        return CurveHits(a2, b2, r1.Right(0.5f), r2.Right(0.5f), out, work, into(a2, b2)) || found;
+    }
+    const CPoint2f m = MidPoint(c);
+    float u = 0.0f;
+    if (other.ParameterOfPointOnCurve(m, tol, u) && (m - other.EvaluatePoint(u)).LengthSquared() <= tol * tol) {
+        work.Scan(out.points.size());
+        out.Add(m, r1.Evaluate(0.5f), r2.Evaluate(u));
+        return true;
+    }
+    return false;
+}
+
+// The whole call for finite curves at a usable tolerance, as the library makes it.
+bool IntersectWithBezier(const CCubicBezier2f& a, const CCubicBezier2f& b, CurveIntersections2f& out) {
+    const float tol = static_cast<float>(velmor::geometry::EqualTol * 0.5);
+    const Rangef unit(0, 1);
+    Work work{tol, kMaxBisections};
+    const bool found = CurveHits(a, b, unit, unit, out, work, Descent{});
+    if (!work.exhausted) return found;
+    out.points.clear();
+    const float resolution = ResolutionTol({&a.p0, &a.p1, &a.p2, &a.p3, &b.p0, &b.p1, &b.p2, &b.p3});
+    Work coarse{std::fmax(tol, resolution), ~std::uint64_t(0), false, ~std::uint64_t(0)};
+    return CurveHits(a, b, unit, unit, out, coarse, Descent{});
+}
+
+}  // namespace plain
 
 // Curves handled per second, and the points produced per curve (polyline
 // points, or intersection hits per pair of curves).
@@ -87,23 +252,68 @@ void BM_UniformSamplingBaseline(benchmark::State& state) {
 }
 BENCHMARK(BM_UniformSamplingBaseline)->Arg(16)->Arg(64);
 
-// Each curve against its neighbour in the list; the counter reports hits per pair.
+// CPU time of the calling thread, in seconds.
+double ThreadSeconds() {
+    timespec ts{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
+}
+
+// Each curve against its neighbour in the list, through the plain recursion and
+// then the library, each timed on its own; the benchmark's time is the library's.
+// Counters: lib_ns and plain_ns per pair, ratio lib_ns / plain_ns, target_ns the
+// goal for lib_ns, hits/pair. The two are first checked to give the same hits,
+// bit for bit and in order. Run with
+//   --benchmark_filter=IntersectWithBezier --benchmark_repetitions=5
+//   --benchmark_report_aggregates_only=true
+// and read the medians.
 void BM_IntersectWithBezier(benchmark::State& state) {
     const std::vector<CCubicBezier2f>& curves = InputCurves();
-    CurveIntersections2f out;
-    std::int64_t hits = 0, done = 0;
-    for (auto _ : state) {
-        for (std::size_t i = 0; i + 1 < curves.size(); ++i) {
-            out.points.clear();
-            curves[i].IntersectWithBezier(curves[i + 1], Rangef(0, 1), Rangef(0, 1), out);
-            hits += static_cast<std::int64_t>(out.points.size());
-            benchmark::DoNotOptimize(out.points.data());
+    const std::size_t pairs = curves.size() - 1;
+    CurveIntersections2f mine, lib;
+    for (std::size_t i = 0; i < pairs; ++i) {
+        mine.points.clear();
+        lib.points.clear();
+        const bool a = plain::IntersectWithBezier(curves[i], curves[i + 1], mine);
+        const bool b = curves[i].IntersectWithBezier(curves[i + 1], Rangef(0, 1), Rangef(0, 1), lib);
+        const bool same = a == b && mine.points.size() == lib.points.size() &&
+                          (mine.points.empty() || std::memcmp(mine.points.data(), lib.points.data(),
+                                                              mine.points.size() * sizeof(IntersectionPoint2f)) == 0);
+        if (!same) {
+            state.SkipWithError("the plain recursion and the library disagree");
+            return;
         }
-        done += static_cast<std::int64_t>(curves.size() - 1);
     }
-    ReportCurves(state, done, hits, "hits/pair");
+    double plainSeconds = 0.0, librarySeconds = 0.0;
+    std::int64_t hits = 0;
+    for (auto _ : state) {
+        const double t0 = ThreadSeconds();
+        for (std::size_t i = 0; i < pairs; ++i) {
+            mine.points.clear();
+            plain::IntersectWithBezier(curves[i], curves[i + 1], mine);
+            benchmark::DoNotOptimize(mine.points.data());
+        }
+        const double t1 = ThreadSeconds();
+        for (std::size_t i = 0; i < pairs; ++i) {
+            lib.points.clear();
+            curves[i].IntersectWithBezier(curves[i + 1], Rangef(0, 1), Rangef(0, 1), lib);
+            hits += static_cast<std::int64_t>(lib.points.size());
+            benchmark::DoNotOptimize(lib.points.data());
+        }
+        const double t2 = ThreadSeconds();
+        plainSeconds += t1 - t0;
+        librarySeconds += t2 - t1;
+        state.SetIterationTime(t2 - t1);
+    }
+    const double items = static_cast<double>(state.iterations()) * static_cast<double>(pairs);
+    state.SetItemsProcessed(static_cast<std::int64_t>(items));
+    state.counters["lib_ns"] = librarySeconds * 1e9 / items;
+    state.counters["plain_ns"] = plainSeconds * 1e9 / items;
+    state.counters["ratio"] = librarySeconds / plainSeconds;
+    state.counters["target_ns"] = 5000;
+    state.counters["hits/pair"] = static_cast<double>(hits) / items;
 }
-BENCHMARK(BM_IntersectWithBezier);
+BENCHMARK(BM_IntersectWithBezier)->UseManualTime();
 
 // Both curves sampled into n segments, then every pair of segments tested in raw
 // floats: the brute-force way to the same hits, at a fixed resolution.

@@ -280,21 +280,53 @@ void Flatten(const CCubicBezier2f& c, std::vector<CPoint2f>& points, Work& work,
     Flatten(right, points, work, at.Into(right, c, cb));
 }
 
+// Where a recursion's hits go: the tail of out.points from index from on. A hit
+// joins unless it equals one already in that tail; with from at 0 this is
+// CurveIntersections2f::Add itself. A tail lets a pass collect hits apart from
+// those stored before it, without a set of its own.
+struct Hits {
+    CurveIntersections2f& out;
+    std::size_t from;
+
+    std::size_t Size() const noexcept { return out.points.size() - from; }
+
+    void Add(const IntersectionPoint2f& ip) {
+        if (from == 0) {
+            out.Add(ip);
+            return;
+        }
+        // The duplicate rule of CurveIntersections2f::Add, over the tail only. The
+        // passes run only at a tolerance with a positive float square, where Add
+        // always scans.
+        for (std::size_t i = from; i < out.points.size(); ++i) {
+            if (out.points[i] == ip) return;
+        }
+        out.points.push_back(ip);
+    }
+};
+
 // The hit of a piece taken as straight: its chord against the segment a-b, with
 // parameters linear along the chord.
 bool ChordHit(const CCubicBezier2f& c, const CPoint2f& a, const CPoint2f& b, const Rangef& range1, const Rangef& range2,
-              CurveIntersections2f& out, Work& work) {
+              Hits& out, Work& work) {
     IntersectionPoint2f ip;
     if (!IntersectLineSegments(c.p0, c.p3, a, b, ip)) return false;
     ip.ScaleParameters(range1, range2);
-    work.Scan(out.points.size());
+    work.Scan(out.Size());
     out.Add(ip);
     return true;
 }
 
-bool LineHits(const CCubicBezier2f& c, const CPoint2f& a, const CPoint2f& b, const Rangef& range1, const Rangef& range2,
-              CurveIntersections2f& out, Work& work, Descent at) {
-    const CRect2f cb = c.ControlPointBounds();
+// The descent of a half whose control-point bounds are halfBounds.
+Descent Into(const Descent& at, const CCubicBezier2f& half, const CRect2f& halfBounds, const CCubicBezier2f& parent,
+             const CRect2f& parentBounds) noexcept {
+    if (SameCurve(half, parent)) return {at.depth + 1, kMaxStall};
+    return {at.depth + 1, SameRect(halfBounds, parentBounds) ? at.stall + 1 : 0};
+}
+
+// Hits of the piece c, whose control-point bounds are cb, with the segment a-b.
+bool LineHits(const CCubicBezier2f& c, const CRect2f& cb, const CPoint2f& a, const CPoint2f& b, const Rangef& range1,
+              const Rangef& range2, Hits& out, Work& work, Descent at) {
     if (!cb.Intersects(a, b)) return false;
     const float tolL = work.tol;
 
@@ -306,8 +338,8 @@ bool LineHits(const CCubicBezier2f& c, const CPoint2f& a, const CPoint2f& b, con
         const CPoint2f m = MidPoint(c);
         float t = 0.0f;
         if (m.IsOnLine(a, b, t)) {
-            work.Scan(out.points.size());
-            out.Add(m, range1.Evaluate(0.5f), range2.Evaluate(t));
+            work.Scan(out.Size());
+            out.Add(IntersectionPoint2f(m, range1.Evaluate(0.5f), range2.Evaluate(t)));
             return true;
         }
     }
@@ -315,75 +347,139 @@ bool LineHits(const CCubicBezier2f& c, const CPoint2f& a, const CPoint2f& b, con
 
     CCubicBezier2f left, right;
     c.Split(0.5f, left, right);
+    const CRect2f lb = left.ControlPointBounds();
+    const CRect2f rb = right.ControlPointBounds();
     // Both halves are always visited: a crossing on the split point belongs to both.
-    const bool r1 = LineHits(left, a, b, range1.Left(0.5f), range2, out, work, at.Into(left, c, cb));
+    const bool r1 = LineHits(left, lb, a, b, range1.Left(0.5f), range2, out, work, Into(at, left, lb, c, cb));
     if (work.exhausted) return r1;
-    const bool r2 = LineHits(right, a, b, range1.Right(0.5f), range2, out, work, at.Into(right, c, cb));
+    const bool r2 = LineHits(right, rb, a, b, range1.Right(0.5f), range2, out, work, Into(at, right, rb, c, cb));
     return r1 || r2;
 }
 
-// Hits of the straight piece line (t2, range2) with the curve c (t1, range1):
-// found with the roles exchanged and swapped back before they join out.
-bool CurveHitsLine(const CCubicBezier2f& c, const CCubicBezier2f& line, const Rangef& range1, const Rangef& range2,
-                   CurveIntersections2f& out, Work& work, Descent at) {
-    CurveIntersections2f swapped;
-    const bool found = LineHits(c, line.p0, line.p3, range1, range2, swapped, work, at);
-    if (found) {
-        swapped.SwapParameters();
-        work.Scan(out.points.size() * swapped.points.size());
-        out.Add(swapped);
+// Hits of the straight piece line (t2, range2) with the curve c (t1, range1),
+// whose control-point bounds are cb: found with the roles exchanged into the
+// tail of out, apart from the hits stored before, then swapped back and kept
+// unless they equal a stored hit or one kept before them.
+bool CurveHitsLine(const CCubicBezier2f& c, const CRect2f& cb, const CCubicBezier2f& line, const Rangef& range1,
+                   const Rangef& range2, CurveIntersections2f& out, Work& work, Descent at) {
+    std::vector<IntersectionPoint2f>& points = out.points;
+    const std::size_t kept = points.size();
+    Hits swapped{out, kept};
+    const bool found = LineHits(c, cb, line.p0, line.p3, range1, range2, swapped, work, at);
+    if (!found) {
+        points.resize(kept);
+        return false;
     }
-    return found;
+    const std::size_t count = points.size();
+    for (std::size_t i = kept; i < count; ++i) points[i].SwapParameters();
+    work.Scan(kept * (count - kept));
+    std::size_t joined = kept;
+    for (std::size_t i = kept; i < count; ++i) {
+        const IntersectionPoint2f ip = points[i];
+        bool duplicate = false;
+        for (std::size_t j = 0; j < joined && !duplicate; ++j) duplicate = points[j] == ip;
+        if (!duplicate) points[joined++] = ip;
+    }
+    points.resize(joined);
+    return true;
 }
 
-bool CurveHits(const CCubicBezier2f& c, const CCubicBezier2f& other, const Rangef& range1, const Rangef& range2,
+// A piece of one curve in the pairwise recursion, with what the recursion asks
+// of it worked out once however many partners it meets: its control-point
+// bounds, its flatness, and how it compares with the piece it was halved from.
+struct Piece {
+    CCubicBezier2f c;
+    CRect2f box;
+    bool sameCurve = false;  // identical to the piece it was halved from
+    bool sameBox = false;    // the same control-point bounds as that piece
+    signed char flat = -1;   // c.IsLine at the pass's tolerance; -1 until asked
+
+    bool Flat(float tol) noexcept {
+        if (flat < 0) flat = c.IsLine(tol) ? 1 : 0;
+        return flat == 1;
+    }
+};
+
+// The two halves of a piece, made when a pair first bisects it and shared by
+// the pairs that follow.
+struct Halves {
+    Piece half[2];
+    bool made = false;
+
+    void Make(const Piece& parent) noexcept {
+        if (made) return;
+        made = true;
+        parent.c.Split(0.5f, half[0].c, half[1].c);
+        for (Piece& h : half) {
+            h.box = h.c.ControlPointBounds();
+            h.sameCurve = SameCurve(h.c, parent.c);
+            h.sameBox = SameRect(h.box, parent.box);
+        }
+    }
+};
+
+// Hits of the piece a (t1, range1) with the piece b (t2, range2); aHalves and
+// bHalves hold their halves once a pair has made them.
+bool CurveHits(Piece& a, Halves& aHalves, Piece& b, Halves& bHalves, const Rangef& range1, const Rangef& range2,
                CurveIntersections2f& out, Work& work, Descent at) {
-    const CRect2f cb = c.ControlPointBounds();
-    const CRect2f ob = other.ControlPointBounds();
-    if (!cb.Intersects(ob)) return false;
+    if (!a.box.Intersects(b.box)) return false;
     const float tolL = work.tol;
     const float tol2 = tolL * tolL;
 
-    if (other.IsLine(tolL)) return LineHits(c, other.p0, other.p3, range1, range2, out, work, Descent{at.depth, 0});
+    if (b.Flat(tolL)) {
+        Hits direct{out, 0};
+        return LineHits(a.c, a.box, b.c.p0, b.c.p3, range1, range2, direct, work, Descent{at.depth, 0});
+    }
     // Roles exchanged: the other curve is the curved one.
-    if (c.IsLine(tolL)) return CurveHitsLine(other, c, range2, range1, out, work, Descent{at.depth, 0});
+    if (a.Flat(tolL)) return CurveHitsLine(b.c, b.box, a.c, range2, range1, out, work, Descent{at.depth, 0});
 
     // Only this curve's size decides whether to go on; the other curve is
     // bisected alongside, and all four pairs are visited.
-    if (cb.DiagonalSquared() >= tol2) {
+    if (a.box.DiagonalSquared() >= tol2) {
         // A pair that halving no longer changes takes this piece as straight.
         if (!at.CanSplit() || !work.Take())
-            return CurveHitsLine(other, c, range2, range1, out, work, Descent{at.depth, 0});
-        CCubicBezier2f a1, a2, b1, b2;
-        c.Split(0.5f, a1, a2);
-        other.Split(0.5f, b1, b2);
+            return CurveHitsLine(b.c, b.box, a.c, range2, range1, out, work, Descent{at.depth, 0});
+        aHalves.Make(a);
+        bHalves.Make(b);
+        Piece* const as = aHalves.half;
+        Piece* const bs = bHalves.half;
         const Rangef left1 = range1.Left(0.5f), right1 = range1.Right(0.5f);
         const Rangef left2 = range2.Left(0.5f), right2 = range2.Right(0.5f);
-        const auto into = [&](const CCubicBezier2f& half, const CCubicBezier2f& otherHalf) {
-            if (SameCurve(half, c) && SameCurve(otherHalf, other)) return Descent{at.depth + 1, kMaxStall};
-            const bool same = SameRect(half.ControlPointBounds(), cb) && SameRect(otherHalf.ControlPointBounds(), ob);
+        const auto into = [&](const Piece& half, const Piece& otherHalf) {
+            if (half.sameCurve && otherHalf.sameCurve) return Descent{at.depth + 1, kMaxStall};
+            const bool same = half.sameBox && otherHalf.sameBox;
             return Descent{at.depth + 1, same ? at.stall + 1 : 0};
         };
-        bool found = CurveHits(a1, b1, left1, left2, out, work, into(a1, b1));
+        Halves ah[2], bh[2];
+        bool found = CurveHits(as[0], ah[0], bs[0], bh[0], left1, left2, out, work, into(as[0], bs[0]));
         if (work.exhausted) return found;
-        found = CurveHits(a1, b2, left1, right2, out, work, into(a1, b2)) || found;
+        found = CurveHits(as[0], ah[0], bs[1], bh[1], left1, right2, out, work, into(as[0], bs[1])) || found;
         if (work.exhausted) return found;
-        found = CurveHits(a2, b1, right1, left2, out, work, into(a2, b1)) || found;
+        found = CurveHits(as[1], ah[1], bs[0], bh[0], right1, left2, out, work, into(as[1], bs[0])) || found;
         if (work.exhausted) return found;
-        found = CurveHits(a2, b2, right1, right2, out, work, into(a2, b2)) || found;
+        found = CurveHits(as[1], ah[1], bs[1], bh[1], right1, right2, out, work, into(as[1], bs[1])) || found;
         return found;
     }
 
     // This piece is tiny: its middle is a hit when it lies on the other piece,
     // searched for afresh.
-    const CPoint2f m = MidPoint(c);
+    const CPoint2f m = MidPoint(a.c);
     float u = 0.0f;
-    if (other.ParameterOfPointOnCurve(m, tolL, u) && (m - other.EvaluatePoint(u)).LengthSquared() <= tol2) {
+    if (b.c.ParameterOfPointOnCurve(m, tolL, u) && (m - b.c.EvaluatePoint(u)).LengthSquared() <= tol2) {
         work.Scan(out.points.size());
         out.Add(m, range1.Evaluate(0.5f), range2.Evaluate(u));
         return true;
     }
     return false;
+}
+
+// Hits of curve a with curve b over a whole pass.
+bool CurvePairHits(const CCubicBezier2f& a, const CCubicBezier2f& b, const Rangef& range1, const Rangef& range2,
+                   CurveIntersections2f& out, Work& work) {
+    Piece pa{a, a.ControlPointBounds()};
+    Piece pb{b, b.ControlPointBounds()};
+    Halves ah, bh;
+    return CurveHits(pa, ah, pb, bh, range1, range2, out, work, Descent{});
 }
 
 }  // namespace
@@ -695,14 +791,15 @@ bool CCubicBezier2f::IntersectWithLine(const CPoint2f& a, const CPoint2f& b, con
     if (!IsFinite(*this) || !IsFinite(a) || !IsFinite(b) || !UsableTol(IntersectionTol())) return false;
     const std::size_t kept = out.points.size();
     Work work{IntersectionTol(), kMaxBisections};
-    const bool found = LineHits(*this, a, b, range1, range2, out, work, Descent{});
+    Hits hits{out, 0};
+    const bool found = LineHits(*this, ControlPointBounds(), a, b, range1, range2, hits, work, Descent{});
     if (!work.exhausted) return found;
     // Too many pieces to resolve the tolerance at these coordinates: start over,
     // flat within the float resolution of the curve and the segment.
     out.points.resize(kept);
     Work coarse{std::fmax(work.tol, ResolutionTol({&p0, &p1, &p2, &p3, &a, &b})), ~std::uint64_t(0), false,
                 ~std::uint64_t(0)};
-    return LineHits(*this, a, b, range1, range2, out, coarse, Descent{});
+    return LineHits(*this, ControlPointBounds(), a, b, range1, range2, hits, coarse, Descent{});
 }
 
 bool CCubicBezier2f::IntersectWithBezier(const CCubicBezier2f& other, const Rangef& range1, const Rangef& range2,
@@ -710,13 +807,13 @@ bool CCubicBezier2f::IntersectWithBezier(const CCubicBezier2f& other, const Rang
     if (!IsFinite(*this) || !IsFinite(other) || !UsableTol(IntersectionTol())) return false;
     const std::size_t kept = out.points.size();
     Work work{IntersectionTol(), kMaxBisections};
-    const bool found = CurveHits(*this, other, range1, range2, out, work, Descent{});
+    const bool found = CurvePairHits(*this, other, range1, range2, out, work);
     if (!work.exhausted) return found;
     // As for IntersectWithLine: start over at the float resolution of both curves.
     out.points.resize(kept);
     const float resolution = ResolutionTol({&p0, &p1, &p2, &p3, &other.p0, &other.p1, &other.p2, &other.p3});
     Work coarse{std::fmax(work.tol, resolution), ~std::uint64_t(0), false, ~std::uint64_t(0)};
-    return CurveHits(*this, other, range1, range2, out, coarse, Descent{});
+    return CurvePairHits(*this, other, range1, range2, out, coarse);
 }
 
 bool PointInsideTriangle(const CPoint2f& p, const CPoint2f& a, const CPoint2f& b, const CPoint2f& c) noexcept {
