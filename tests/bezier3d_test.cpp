@@ -121,8 +121,9 @@ TEST(Bezier3d, DrawEqualsPlainHalvingFromTinyToHugeCurves) {
     for (int i = 0; i < 40; ++i) {
         const double scale = std::ldexp(1.0, (i % 5 - 2) * 200);  // 2^-400 ... 2^400
         const double tol = std::pow(10.0, -2 - i % 4);
-        const CBezier3d unit(P(u(rng), u(rng), u(rng)), P(u(rng), u(rng), u(rng)), P(u(rng), u(rng), u(rng)),
-                             P(u(rng), u(rng), u(rng)));
+        double v[12];  // one draw per statement: argument order differs between compilers
+        for (double& x : v) x = u(rng);
+        const CBezier3d unit(P(v[0], v[1], v[2]), P(v[3], v[4], v[5]), P(v[6], v[7], v[8]), P(v[9], v[10], v[11]));
         const Coords drawn = Drawn(Scaled(unit, scale), tol * scale);
         ASSERT_EQ(drawn, Drawn(Scaled(unit, scale), tol * scale, true)) << i;
         // Scaling up by a power of two is exact, so the polyline scales with the
