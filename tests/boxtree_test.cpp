@@ -364,7 +364,8 @@ TEST(BoxTree, NodesNestAndPartitionTheBoxes) {
                 EXPECT_EQ(l.count + r.count, n.count);
                 EXPECT_EQ(l.depth, n.depth + 1);
                 EXPECT_EQ(r.depth, n.depth + 1);
-                EXPECT_TRUE(inside(l.box, n.box) && inside(r.box, n.box));
+                EXPECT_TRUE(inside(l.box, n.box));
+                EXPECT_TRUE(inside(r.box, n.box));
             }
             EXPECT_EQ(nodes[0].count, static_cast<std::int32_t>(inTree));
             EXPECT_EQ(nodes.size(), 2 * leaves - 1);

@@ -40,7 +40,9 @@ TEST(Arc3d, ThroughThreePointsRunsFromTheFirstThroughTheSecondToTheThird) {
         EXPECT_NEAR(arc.endAngle, c.end, 1e-12);
         EXPECT_LT(Gap(arc.center, c.center) + Gap(arc.GetStartPoint(), c.p1) + Gap(arc.GetEndPoint(), c.p3), 1e-12);
         const double mid = arc.ParameterOfClosestPoint(c.p2);
-        EXPECT_TRUE(mid > 0.0 && mid < arc.endAngle && Gap(arc.Eval(mid), c.p2) < 1e-12) << mid;
+        EXPECT_TRUE(mid > 0.0) << mid;
+        EXPECT_TRUE(mid < arc.endAngle) << mid;
+        EXPECT_TRUE(Gap(arc.Eval(mid), c.p2) < 1e-12) << mid;
     }
     // Arcs about a centre take their sense from the normal; the circle base is the whole turn.
     EXPECT_NEAR(CArc3d(P(0, 0, 0), P(2, 0, 0), P(0, 2, 0), kZ).endAngle, kPi / 2, 1e-15);
@@ -62,16 +64,20 @@ TEST(Circle3d, ColinearAndCoincidentPointsGiveAHugeNearlyStraightCircle) {
                  {{0, 0, 0}, {0, 0, 1}, {0, 0, 4}, {0, 0, 0}, {1e9, 0, 2}, y}};    // vertical
     for (const auto& c : cases) {
         const CCircle3d circle(c.p1, c.p2, c.p3);
-        EXPECT_TRUE(circle.plane.Normal().Equals(c.normal, 0.0) && circle.IsValidObj());
+        EXPECT_TRUE(circle.plane.Normal().Equals(c.normal, 0.0));
+        EXPECT_TRUE(circle.IsValidObj());
         EXPECT_LT(Gap(circle.center, c.center) + Gap(circle.Eval(0), c.start), 1e-6);
         EXPECT_NEAR(circle.radius, 1e9, 10);
     }
     const CCircle3d point(P(1, 2, 3), P(1, 2, 3), P(1, 2, 3));
-    EXPECT_TRUE(point.radius == 0.0 && Gap(point.center, {1, 2, 3}) == 0.0 && point.plane.b == 1.0);
+    EXPECT_EQ(point.radius, 0.0);
+    EXPECT_EQ(Gap(point.center, {1, 2, 3}), 0.0);
+    EXPECT_EQ(point.plane.b, 1.0);
     EXPECT_FALSE(point.IsValidObj());
     // The middle point not between: the plane turns over, the end angle is the rest of the turn.
     const CArc3d arc(P(0, 0, 0), P(3, 0, 0), P(1, 0, 0));
-    EXPECT_TRUE(arc.plane.c == -1.0 && arc.yAxis.x > 0.0);
+    EXPECT_EQ(arc.plane.c, -1.0);
+    EXPECT_TRUE(arc.yAxis.x > 0.0);
     EXPECT_NEAR(arc.endAngle, kTwoPi - 1e-9, 1e-15);
 }
 
@@ -84,14 +90,18 @@ TEST(Circle3d, EvalWrapsWholeTurnsOnlyBeyondTheSquaredTolerance) {
                                {kTwoPi + tol, kTwoPi + tol},
                                {kTwoPi + 2 * tol, (kTwoPi + 2 * tol) - kTwoPi},
                                {5 * kPi, (5 * kPi - kTwoPi) - kTwoPi}};
-    for (const auto& k : cases)
-        EXPECT_TRUE(c.Eval(k[0]).x == std::cos(k[1]) && c.Eval(k[0]).y == std::sin(k[1])) << k[0];
+    for (const auto& k : cases) {
+        EXPECT_EQ(c.Eval(k[0]).x, std::cos(k[1])) << k[0];
+        EXPECT_EQ(c.Eval(k[0]).y, std::sin(k[1])) << k[0];
+    }
     // Where turning would never end (2pi is below half a unit in the last place
     // beyond 2^56), and for non-finite angles, the angle is used unwrapped.
     EXPECT_EQ(c.Eval(1e300).x, std::cos(1e300));
     EXPECT_EQ(c.Eval(0x1p56 + 16).y, std::sin(0x1p56 + 16));
     EXPECT_EQ(c.Eval(-0x1p60).x, std::cos(-0x1p60));
-    EXPECT_FALSE(c.Eval(HUGE_VAL).IsValidObj() || c.Eval(-HUGE_VAL).IsValidObj() || c.Eval(std::nan("")).IsValidObj());
+    EXPECT_FALSE(c.Eval(HUGE_VAL).IsValidObj());
+    EXPECT_FALSE(c.Eval(-HUGE_VAL).IsValidObj());
+    EXPECT_FALSE(c.Eval(std::nan("")).IsValidObj());
     EXPECT_EQ(c.ParameterOfClosestPoint(P(std::nan(""), 0, 0)), 0.0);
 }
 
@@ -113,7 +123,9 @@ TEST(Circle3d, EvalWrapsLargeAnglesExactlyAsTurnByTurn) {
         const double w = TurnByTurn(t);
         const P want = c.center + c.xAxis * std::cos(w) + c.yAxis * std::sin(w);
         const P got = c.Eval(t);
-        EXPECT_TRUE(got.x == want.x && got.y == want.y && got.z == want.z) << std::hexfloat << t;
+        EXPECT_EQ(got.x, want.x) << std::hexfloat << t;
+        EXPECT_EQ(got.y, want.y) << std::hexfloat << t;
+        EXPECT_EQ(got.z, want.z) << std::hexfloat << t;
     };
     for (double t : {1e6 + 1, 1e7, -1e7, -1e6 - 1, 123456789.125, -987654321.5, 12.0, -12.0}) expect(t);
     // Both sides of every binade edge from 8 to 2^30, where the rounded step
@@ -151,11 +163,17 @@ TEST(Circle3d, ThreePointsOnATinyTriangleGiveAZeroNormal) {
     // origin. 0.9e-5 by 1e-5 is just below that, 1.1e-5 by 1e-5 just above.
     const P a(5, 5, 5), b(5 + 1e-5, 5, 5);
     const CCircle3d tiny(a, b, P(5, 5 + 0.9e-5, 5));
-    EXPECT_TRUE(tiny.plane.a == 0 && tiny.plane.b == 0 && tiny.plane.c == 0);
-    EXPECT_TRUE(tiny.center.x == 0 && tiny.center.y == 0 && tiny.center.z == 0);
+    EXPECT_EQ(tiny.plane.a, 0);
+    EXPECT_EQ(tiny.plane.b, 0);
+    EXPECT_EQ(tiny.plane.c, 0);
+    EXPECT_EQ(tiny.center.x, 0);
+    EXPECT_EQ(tiny.center.y, 0);
+    EXPECT_EQ(tiny.center.z, 0);
     EXPECT_FALSE(tiny.IsValidObj());
     const CArc3d arc(a, b, P(5, 5 + 0.9e-5, 5));
-    EXPECT_TRUE(arc.plane.a == 0 && arc.plane.b == 0 && arc.plane.c == 0);
+    EXPECT_EQ(arc.plane.a, 0);
+    EXPECT_EQ(arc.plane.b, 0);
+    EXPECT_EQ(arc.plane.c, 0);
     const CCircle3d small(a, b, P(5, 5 + 1.1e-5, 5));
     EXPECT_NEAR(small.plane.c, 1.0, 1e-12);
     EXPECT_LT(Gap(small.center, P(5 + 0.5e-5, 5 + 0.55e-5, 5)), 1e-12);
@@ -167,12 +185,14 @@ TEST(Circle3d, ParameterAndProjectionOfCirclesAndEllipses) {
     EXPECT_EQ(c.ParameterOfClosestPoint(P(1, 2, 3)), 0.0);
     EXPECT_NEAR(c.ParameterOfClosestPoint(c.Eval(-0.1)), kTwoPi - 0.1, 1e-12);
     const double justBelow = c.ParameterOfClosestPoint(c.Eval(-1e-7));  // within the tolerance: kept
-    EXPECT_TRUE(justBelow < 0.0 && justBelow > -2e-7) << justBelow;
+    EXPECT_TRUE(justBelow < 0.0) << justBelow;
+    EXPECT_TRUE(justBelow > -2e-7) << justBelow;
     EXPECT_LT(Gap(c.Project(P(4, 2, 7)), {2.2, 2, 4.6}), 1e-12);  // radial: leaves the plane
 
     CCircle3d e = UnitCircle();
     e *= CTransformation::Scale(2, 1, 1);
-    EXPECT_TRUE(!e.IsTrueCircle() && e.radius == 2.0);
+    EXPECT_TRUE(!e.IsTrueCircle());
+    EXPECT_EQ(e.radius, 2.0);
     for (const double t : {0.3, 2.0, 4.0})
         EXPECT_NEAR(e.ParameterOfClosestPoint(P(2 * std::cos(t), std::sin(t), 0)), t, 1e-12);
     const P q = e.Project(P(3, 3, 0));
@@ -193,23 +213,29 @@ TEST(Circle3d, ParameterAndProjectionOfCirclesAndEllipses) {
 TEST(Circle3d, MirrorRadiusComparisonAndValidity) {
     CCircle3d m = UnitCircle();
     m *= CTransformation::Scale(-1, 1, 1);  // the plane turns over so angles still run from xAxis to yAxis
-    EXPECT_TRUE(m.plane.c == -1.0 && m.IsTrueCircle() && m == UnitCircle());  // planes compared either way
+    EXPECT_EQ(m.plane.c, -1.0);
+    EXPECT_TRUE(m.IsTrueCircle());
+    EXPECT_EQ(m, UnitCircle());  // planes compared either way
     EXPECT_NEAR(m.ParameterOfClosestPoint(P(0, 1, 0)), kPi / 2, 1e-15);
 
     CCircle3d c = UnitCircle();
-    EXPECT_TRUE(!c.SetRadius(0.0005) && c.xAxis.x == 1.0);
-    EXPECT_TRUE(c.SetRadius(3) && c.Eval(kPi / 2).y == 3.0);
+    EXPECT_TRUE(!c.SetRadius(0.0005));
+    EXPECT_EQ(c.xAxis.x, 1.0);
+    EXPECT_TRUE(c.SetRadius(3));
+    EXPECT_EQ(c.Eval(kPi / 2).y, 3.0);
     {
         plenar_test::ToleranceGuard guard(1.0 / 1024);
-        EXPECT_TRUE(!c.SetRadius(1.0 / 2048) && c.SetRadius(1.0 / 1024));
+        EXPECT_TRUE(!c.SetRadius(1.0 / 2048));
+        EXPECT_TRUE(c.SetRadius(1.0 / 1024));
         CCircle3d bigger = UnitCircle();
         bigger.radius = 1 + 1.0 / 1024;
         EXPECT_FALSE(bigger == UnitCircle());
         bigger.radius = 1 + 1.0 / 2048;
         EXPECT_TRUE(bigger == UnitCircle());
     }
-    EXPECT_FALSE(CCircle3d().IsValidObj() || CCircle3d(P(std::nan(""), 0, 0), CVector3d(1, 0, 0), kZ).IsValidObj() ||
-                 CArc3d(P(0, 0, 0), CVector3d(1, 0, 0), kZ, 0, HUGE_VAL).IsValidObj());
+    EXPECT_FALSE(CCircle3d().IsValidObj());
+    EXPECT_FALSE(CCircle3d(P(std::nan(""), 0, 0), CVector3d(1, 0, 0), kZ).IsValidObj());
+    EXPECT_FALSE(CArc3d(P(0, 0, 0), CVector3d(1, 0, 0), kZ, 0, HUGE_VAL).IsValidObj());
 }
 
 TEST(Arc3d, FullCircleModesAndNullness) {
@@ -231,7 +257,8 @@ TEST(Arc3d, FullCircleModesAndNullness) {
         EXPECT_EQ(arc.IsFullCircle(true), c[3] != 0) << c[0] << " " << c[1];
         EXPECT_EQ(arc.IsNull(), c[4] != 0) << c[0] << " " << c[1];
     }
-    EXPECT_TRUE(!CArc3d().IsFullCircle(false) && CArc3d().IsFullCircle(true));
+    EXPECT_TRUE(!CArc3d().IsFullCircle(false));
+    EXPECT_TRUE(CArc3d().IsFullCircle(true));
 }
 
 TEST(Ray3d, CircleIntersectionComparesSquaredLengths) {
@@ -264,12 +291,17 @@ TEST(Ray3d, CircleIntersectionComparesSquaredLengths) {
     double a1 = 42, a2 = 42;
     P p1, p2;
     EXPECT_EQ(through.IntersectWith(c, a1, a2, &p1, &p2), 2);
-    EXPECT_TRUE(a1 == 0.0 && a2 == kPi && p1.x == 1.0 && p2.x == -1.0);
+    EXPECT_EQ(a1, 0.0);
+    EXPECT_EQ(a2, kPi);
+    EXPECT_EQ(p1.x, 1.0);
+    EXPECT_EQ(p2.x, -1.0);
     EXPECT_EQ(through.IntersectWith(c, a1, a2, nullptr, &p2), 2);
-    EXPECT_TRUE(a1 == 0.0 && p2.x == 1.0);  // p2 not swapped
+    EXPECT_EQ(a1, 0.0);
+    EXPECT_EQ(p2.x, 1.0);  // p2 not swapped
     a1 = a2 = 42;
     EXPECT_EQ(CRay3d(P(0, 1, 0), x).IntersectWith(c, a1, a2, nullptr, nullptr), 1);
-    EXPECT_TRUE(a1 == kPi / 2 && a2 == 42.0);
+    EXPECT_TRUE(a1 == kPi / 2);
+    EXPECT_EQ(a2, 42.0);
 }
 
 TEST(Plane, CircleIntersectionGoesThroughTheCommonLine) {
@@ -278,7 +310,8 @@ TEST(Plane, CircleIntersectionGoesThroughTheCommonLine) {
     double a1 = 42, a2 = 42;
     EXPECT_EQ(CPlane(1, 0, 0, -0.6).IntersectWith(c, a1, a2, &p1, &p2), 2);
     EXPECT_LT(Gap(p1, {0.6, -0.8, 0}) + Gap(p2, {0.6, 0.8, 0}), 1e-12);
-    EXPECT_TRUE(std::fabs(a2 - std::atan2(0.8, 0.6)) < 1e-15 && std::fabs(a1 + a2) < 1e-15);
+    EXPECT_TRUE(std::fabs(a2 - std::atan2(0.8, 0.6)) < 1e-15);
+    EXPECT_TRUE(std::fabs(a1 + a2) < 1e-15);
     EXPECT_EQ(CPlane(1, 0, 0, -1).IntersectWith(c, p1, p2), 1);
     EXPECT_EQ(CPlane(1, 0, 0, -2).IntersectWith(c, p1, p2), 0);
     EXPECT_EQ(CPlane(0, 0, 1, -1).IntersectWith(c, p1, p2), 0);  // parallel planes

@@ -87,24 +87,31 @@ protected:
 
 TEST(GeomFilterVolume, PointTestIsExactOnEveryPresentPlane) {
     CGeomFilterInsideVolume def;  // the default is the half-space z <= 0
-    EXPECT_TRUE(def.Test(P3(0, 0, 0)) && def.Test(P3(5, 5, -1)));
+    EXPECT_TRUE(def.Test(P3(0, 0, 0)));
+    EXPECT_TRUE(def.Test(P3(5, 5, -1)));
     EXPECT_FALSE(def.Test(P3(0, 0, 1e-9)));
 
     CGeomFilterCrossingVolume cube;
     IGeomFilter& f = UnitCube(cube);
-    EXPECT_TRUE(f.Test(P3(1, 1, 1)) && f.Test(P3(0, 0, 0)));  // faces belong
-    EXPECT_FALSE(f.Test(P3(1 + 1e-12, 0.5, 0.5)) || f.Test(P3(0.5, -1e-12, 0.5)) || f.Test(P3(0.5, 0.5, 1 + 1e-12)));
+    EXPECT_TRUE(f.Test(P3(1, 1, 1)));
+    EXPECT_TRUE(f.Test(P3(0, 0, 0)));  // faces belong
+    EXPECT_FALSE(f.Test(P3(1 + 1e-12, 0.5, 0.5)));
+    EXPECT_FALSE(f.Test(P3(0.5, -1e-12, 0.5)));
+    EXPECT_FALSE(f.Test(P3(0.5, 0.5, 1 + 1e-12)));
     for (int i = 0; i < 5; ++i) EXPECT_FALSE(f.Test(P3(0.5, 0.5, 0.5) + CVector3d(cube.planes[i].Normal()))) << i;
 
     // Plane 5 is absent only for exactly the widened FLT_MAX.
     cube.planes[5].d = kAbsent;
-    EXPECT_TRUE(!cube.HasPlane5() && f.Test(P3(0.5, 0.5, 1e6)));
+    EXPECT_TRUE(!cube.HasPlane5());
+    EXPECT_TRUE(f.Test(P3(0.5, 0.5, 1e6)));
     cube.planes[5].d = std::nextafter(kAbsent, 0.0);
-    EXPECT_TRUE(cube.HasPlane5() && !f.Test(P3(0.5, 0.5, 0.5)));
+    EXPECT_TRUE(cube.HasPlane5());
+    EXPECT_TRUE(!f.Test(P3(0.5, 0.5, 0.5)));
 
     cube.planes[5].d = kAbsent;  // an absent plane 5 is still offered
     for (int i = 0; i < 6; ++i) EXPECT_EQ(f.GetFrustumPlane(i), &cube.planes[i]);
-    EXPECT_TRUE(f.GetFrustumPlane(-1) == nullptr && f.GetFrustumPlane(6) == nullptr);
+    EXPECT_EQ(f.GetFrustumPlane(-1), nullptr);
+    EXPECT_EQ(f.GetFrustumPlane(6), nullptr);
 }
 
 TEST(GeomFilterVolume, TransformSkipsAnAbsentPlane5) {
@@ -125,7 +132,8 @@ TEST(GeomFilterVolume, TransformSkipsAnAbsentPlane5) {
     const CPlane absent = v.planes[5];
     v.Transform(t);
     EXPECT_TRUE(Same(v.planes[5], absent));
-    EXPECT_TRUE(v.Test(t * P3(0.5, 0.5, 7)) && !v.Test(t * P3(0.5, 0.5, -0.01)));
+    EXPECT_TRUE(v.Test(t * P3(0.5, 0.5, 7)));
+    EXPECT_TRUE(!v.Test(t * P3(0.5, 0.5, -0.01)));
 }
 
 TEST(GeomFilterVolume, BoxCodesAndTheFullyAcceptedFlag) {
@@ -134,18 +142,24 @@ TEST(GeomFilterVolume, BoxCodesAndTheFullyAcceptedFlag) {
     for (IGeomFilter* f :
          {static_cast<IGeomFilter*>(&UnitCube(inside)), static_cast<IGeomFilter*>(&UnitCube(crossing))}) {
         bool full = false;
-        EXPECT_TRUE(f->Test(Box(P3(0.2, 0.2, 0.2), P3(0.8, 0.8, 0.8)), full) && full);
-        EXPECT_TRUE(f->Test(Box(P3(0, 0, 0), P3(1, 1, 1)), full) && !full);          // faces on the planes
-        EXPECT_TRUE(f->Test(Box(P3(1, 0.5, 0.5), P3(2, 0.8, 0.8)), full) && !full);  // touches x = 1 from outside
+        EXPECT_TRUE(f->Test(Box(P3(0.2, 0.2, 0.2), P3(0.8, 0.8, 0.8)), full));
+        EXPECT_TRUE(full);
+        EXPECT_TRUE(f->Test(Box(P3(0, 0, 0), P3(1, 1, 1)), full));
+        EXPECT_TRUE(!full);  // faces on the planes
+        EXPECT_TRUE(f->Test(Box(P3(1, 0.5, 0.5), P3(2, 0.8, 0.8)), full));
+        EXPECT_TRUE(!full);  // touches x = 1 from outside
         full = true;
-        EXPECT_FALSE(f->Test(Box(P3(1 + 1e-12, 0, 0), P3(2, 1, 1)), full) || full);  // flag cleared up front
-        EXPECT_FALSE(f->Test(Box(P3(0.2, 0.2, 1.5), P3(0.8, 0.8, 2))));              // above plane 5
+        EXPECT_FALSE(f->Test(Box(P3(1 + 1e-12, 0, 0), P3(2, 1, 1)), full));
+        EXPECT_FALSE(full);                                              // flag cleared up front
+        EXPECT_FALSE(f->Test(Box(P3(0.2, 0.2, 1.5), P3(0.8, 0.8, 2))));  // above plane 5
         EXPECT_TRUE(f->Test(Box(P3(-3, -3, -3), P3(3, 3, 3))));
     }
     inside.planes[5].d = kAbsent;
     bool full = false;
-    EXPECT_TRUE(inside.Test(Box(P3(0.2, 0.2, 0.2), P3(0.8, 0.8, 50)), full) && full);
-    EXPECT_FALSE(inside.Test(Box(P3(0.2, 0.2, -2), P3(0.8, 0.8, -1)), full) || full);  // plane 4 still counts
+    EXPECT_TRUE(inside.Test(Box(P3(0.2, 0.2, 0.2), P3(0.8, 0.8, 50)), full));
+    EXPECT_TRUE(full);
+    EXPECT_FALSE(inside.Test(Box(P3(0.2, 0.2, -2), P3(0.8, 0.8, -1)), full));
+    EXPECT_FALSE(full);  // plane 4 still counts
 }
 
 TEST(GeomFilterVolume, SegmentsInsideAndCrossing) {
@@ -154,18 +168,25 @@ TEST(GeomFilterVolume, SegmentsInsideAndCrossing) {
     IGeomFilter& in = UnitCube(inside);
     IGeomFilter& cr = UnitCube(crossing);
     const P3 centre(0.5, 0.5, 0.5), out(2, 0.5, 0.5);
-    EXPECT_TRUE(in.Test(centre, P3(1, 1, 1)) && cr.Test(centre, out) && cr.Test(out, centre));
-    EXPECT_FALSE(in.Test(centre, out) || in.Test(out, centre) || in.Test(P3(-1, 0.5, 0.5), out));
-    EXPECT_TRUE(cr.Test(P3(-1, 0.5, 0.5), out) && cr.Test(P3(-1, 1, 0.5), P3(2, 1, 0.5)));  // through; along a face
+    EXPECT_TRUE(in.Test(centre, P3(1, 1, 1)));
+    EXPECT_TRUE(cr.Test(centre, out));
+    EXPECT_TRUE(cr.Test(out, centre));
+    EXPECT_FALSE(in.Test(centre, out));
+    EXPECT_FALSE(in.Test(out, centre));
+    EXPECT_FALSE(in.Test(P3(-1, 0.5, 0.5), out));
+    EXPECT_TRUE(cr.Test(P3(-1, 0.5, 0.5), out));
+    EXPECT_TRUE(cr.Test(P3(-1, 1, 0.5), P3(2, 1, 0.5)));  // through; along a face
     EXPECT_FALSE(cr.Test(P3(-1, 1 + 1e-9, 0.5), P3(2, 1 + 1e-9, 0.5)));
     // x + y = 2.1 passes beside the edge x = y = 1: each face keeps a piece but the
     // trims must accumulate. x + y = 1.9 cuts the corner.
-    EXPECT_FALSE(cr.Test(P3(0.5, 1.6, 0.5), P3(1.6, 0.5, 0.5)) || cr.Test(P3(1.6, 0.5, 0.5), P3(0.5, 1.6, 0.5)));
+    EXPECT_FALSE(cr.Test(P3(0.5, 1.6, 0.5), P3(1.6, 0.5, 0.5)));
+    EXPECT_FALSE(cr.Test(P3(1.6, 0.5, 0.5), P3(0.5, 1.6, 0.5)));
     EXPECT_TRUE(cr.Test(P3(0.5, 1.4, 0.5), P3(1.4, 0.5, 0.5)));
     EXPECT_FALSE(cr.Test(P3(1.3, 1, 1), P3(0.9, 1.2, 1.2)));  // beside the corner, plane 5 involved
 
     crossing.planes[5].d = inside.planes[5].d = kAbsent;
-    EXPECT_TRUE(cr.Test(P3(0.5, 0.5, 5), P3(0.6, 0.5, 9)) && in.Test(P3(0.5, 0.5, 5), P3(0.6, 0.5, 9)));
+    EXPECT_TRUE(cr.Test(P3(0.5, 0.5, 5), P3(0.6, 0.5, 9)));
+    EXPECT_TRUE(in.Test(P3(0.5, 0.5, 5), P3(0.6, 0.5, 9)));
     EXPECT_FALSE(cr.Test(P3(0.5, 1.6, 5), P3(1.6, 0.5, 5)));
 }
 
@@ -173,27 +194,39 @@ TEST(GeomFilterPlane, TouchingWithinTheBand) {
     CGeomFilterPlane pf(CPlane(0, 0, 1, 0));
     IGeomFilter& f = pf;
     auto at = [](double z) { return P3(1, 2, z); };
-    EXPECT_TRUE(f.Test(at(0.0009)) && f.Test(at(-0.0009)));
-    EXPECT_FALSE(f.Test(at(0.001)) || f.Test(at(-0.001)));  // strict
-    EXPECT_TRUE(f.Test(at(-2), at(3)) && f.Test(at(3), at(-2)) && f.Test(at(5), at(0.0005)));
+    EXPECT_TRUE(f.Test(at(0.0009)));
+    EXPECT_TRUE(f.Test(at(-0.0009)));
+    EXPECT_FALSE(f.Test(at(0.001)));
+    EXPECT_FALSE(f.Test(at(-0.001)));  // strict
+    EXPECT_TRUE(f.Test(at(-2), at(3)));
+    EXPECT_TRUE(f.Test(at(3), at(-2)));
+    EXPECT_TRUE(f.Test(at(5), at(0.0005)));
     EXPECT_TRUE(f.Test(at(-1), at(-0.0009)));
-    EXPECT_FALSE(f.Test(at(0.002), at(5)) || f.Test(at(-1), at(-0.001)));
+    EXPECT_FALSE(f.Test(at(0.002), at(5)));
+    EXPECT_FALSE(f.Test(at(-1), at(-0.001)));
     {
         // Without the band an end exactly on the plane counts with the positive side.
         plenar_test::ToleranceGuard zero(0.0);
-        EXPECT_FALSE(f.Test(at(0), at(5)) || f.Test(at(0), at(0)) || f.Test(at(0)));
-        EXPECT_TRUE(f.Test(at(0), at(-5)) && f.Test(at(-5), at(0)));
+        EXPECT_FALSE(f.Test(at(0), at(5)));
+        EXPECT_FALSE(f.Test(at(0), at(0)));
+        EXPECT_FALSE(f.Test(at(0)));
+        EXPECT_TRUE(f.Test(at(0), at(-5)));
+        EXPECT_TRUE(f.Test(at(-5), at(0)));
     }
     bool full = true;
-    EXPECT_TRUE(f.Test(Box(P3(0, 0, -1), P3(1, 1, 1)), full) && !full);
+    EXPECT_TRUE(f.Test(Box(P3(0, 0, -1), P3(1, 1, 1)), full));
+    EXPECT_TRUE(!full);
     EXPECT_TRUE(f.Test(Box(P3(0, 0, 0), P3(1, 1, 1))));  // touching with a face
-    EXPECT_FALSE(f.Test(Box(P3(0, 0, 1e-12), P3(1, 1, 1))) || f.Test(Box(P3(0, 0, -1), P3(1, 1, -0.0005))));
+    EXPECT_FALSE(f.Test(Box(P3(0, 0, 1e-12), P3(1, 1, 1))));
+    EXPECT_FALSE(f.Test(Box(P3(0, 0, -1), P3(1, 1, -0.0005))));
     EXPECT_EQ(f.GetFrustumPlane(0), nullptr);
 
     std::unique_ptr<IGeomFilter> copy(f.Clone());
     ASSERT_TRUE(dynamic_cast<CGeomFilterPlane*>(copy.get()) && !dynamic_cast<CGeomFilterAbovePlane*>(copy.get()));
     copy->Transform(CTransformation::Translate(CVector3d(0, 0, 2)));
-    EXPECT_TRUE(copy->Test(at(2)) && !copy->Test(at(0)) && f.Test(at(0)));
+    EXPECT_TRUE(copy->Test(at(2)));
+    EXPECT_TRUE(!copy->Test(at(0)));
+    EXPECT_TRUE(f.Test(at(0)));
 
     // A subclass overriding only Test(box) changes the flagged answer as well.
     struct Everything : CGeomFilterPlane {
@@ -201,39 +234,53 @@ TEST(GeomFilterPlane, TouchingWithinTheBand) {
         bool Test(const Box&) override { return true; }
     } everything;
     full = true;
-    EXPECT_TRUE(static_cast<IGeomFilter&>(everything).Test(Box(P3(0, 0, 5), P3(1, 1, 6)), full) && !full);
+    EXPECT_TRUE(static_cast<IGeomFilter&>(everything).Test(Box(P3(0, 0, 5), P3(1, 1, 6)), full));
+    EXPECT_TRUE(!full);
 }
 
 TEST(GeomFilterPlane, AbovePlaneBandForPointsButNotBoxes) {
     CGeomFilterAbovePlane above(CPlane(0, 0, 1, 0));
     CGeomFilterPlane* f = &above;  // dispatch through the plane filter reaches the above-plane bodies
     auto at = [](double z) { return P3(-4, 9, z); };
-    EXPECT_TRUE(f->Test(at(-0.0009)) && f->Test(at(100)) && !f->Test(at(-0.001)));
-    EXPECT_TRUE(f->Test(at(-1), at(-0.0009)) && f->Test(at(-0.0009), at(-1)) && f->Test(at(7), at(8)));
+    EXPECT_TRUE(f->Test(at(-0.0009)));
+    EXPECT_TRUE(f->Test(at(100)));
+    EXPECT_TRUE(!f->Test(at(-0.001)));
+    EXPECT_TRUE(f->Test(at(-1), at(-0.0009)));
+    EXPECT_TRUE(f->Test(at(-0.0009), at(-1)));
+    EXPECT_TRUE(f->Test(at(7), at(8)));
     EXPECT_FALSE(f->Test(at(-1), at(-0.001)));
     EXPECT_FALSE(f->Test(Box(P3(0, 0, -1), P3(1, 1, -0.0005))));  // no band for boxes
     EXPECT_TRUE(f->Test(Box(P3(0, 0, -1), P3(1, 1, 0))));
     bool full = false;
-    EXPECT_TRUE(f->Test(Box(P3(0, 0, 1), P3(1, 1, 2)), full) && full);
-    EXPECT_TRUE(f->Test(Box(P3(0, 0, -1), P3(1, 1, 2)), full) && !full);
+    EXPECT_TRUE(f->Test(Box(P3(0, 0, 1), P3(1, 1, 2)), full));
+    EXPECT_TRUE(full);
+    EXPECT_TRUE(f->Test(Box(P3(0, 0, -1), P3(1, 1, 2)), full));
+    EXPECT_TRUE(!full);
     full = true;
-    EXPECT_FALSE(f->Test(Box(P3(0, 0, -2), P3(1, 1, -1)), full) || full);
+    EXPECT_FALSE(f->Test(Box(P3(0, 0, -2), P3(1, 1, -1)), full));
+    EXPECT_FALSE(full);
 
     std::unique_ptr<IGeomFilter> copy(f->Clone());
     ASSERT_NE(dynamic_cast<CGeomFilterAbovePlane*>(copy.get()), nullptr);
     copy->Transform(CTransformation::Rotate(P3(0, 0, 0), CUnitVector3d(1, 0, 0), kPi));  // flips the normal
-    EXPECT_TRUE(copy->Test(at(-5)) && !copy->Test(at(5)) && copy->GetFrustumPlane(0) == nullptr);
+    EXPECT_TRUE(copy->Test(at(-5)));
+    EXPECT_TRUE(!copy->Test(at(5)));
+    EXPECT_EQ(copy->GetFrustumPlane(0), nullptr);
 }
 
 TEST(GeomFilterSelectAll, EverythingAndFullyAccepted) {
     CGeomFilterSelectAll all;
     IGeomFilter& f = all;
     bool full = false;
-    EXPECT_TRUE(f.Test(P3(std::nan(""), 0, 0)) && f.Test(P3(), P3(1e300, 0, 0)) && f.Test(Box()) &&
-                f.Test(Box(), full) && full);
+    EXPECT_TRUE(f.Test(P3(std::nan(""), 0, 0)));
+    EXPECT_TRUE(f.Test(P3(), P3(1e300, 0, 0)));
+    EXPECT_TRUE(f.Test(Box()));
+    EXPECT_TRUE(f.Test(Box(), full));
+    EXPECT_TRUE(full);
     f.Transform(CTransformation::Scale(0));
     std::unique_ptr<IGeomFilter> copy(f.Clone());
-    EXPECT_TRUE(f.GetFrustumPlane(0) == nullptr && dynamic_cast<CGeomFilterSelectAll*>(copy.get()));
+    EXPECT_EQ(f.GetFrustumPlane(0), nullptr);
+    EXPECT_TRUE(dynamic_cast<CGeomFilterSelectAll*>(copy.get()));
 }
 
 TEST_F(GeomFilterCombinedTest, OwnsItsMembersAndDeletesEachOnceInOrder) {
@@ -254,18 +301,31 @@ TEST_F(GeomFilterCombinedTest, AndOfMembersStoppingAtTheFirstRefusal) {
     c.Add(new Probe("c"));
     IGeomFilter& f = c;
     bool full = true;
-    EXPECT_FALSE(f.Test(P3()) || f.Test(P3(), P3()) || f.Test(Box()) || f.Test(Box(), full) || full);
+    EXPECT_FALSE(f.Test(P3()));
+    EXPECT_FALSE(f.Test(P3(), P3()));
+    EXPECT_FALSE(f.Test(Box()));
+    EXPECT_FALSE(f.Test(Box(), full));
+    EXPECT_FALSE(full);
     EXPECT_EQ(Probe::log,
               (Log{"a point", "b point", "a segment", "b segment", "a box", "b box", "a box+flag", "b box+flag"}));
 
     static_cast<Probe*>(c.filters[1])->answer = true;
-    EXPECT_TRUE(f.Test(P3()) && f.Test(P3(), P3()) && f.Test(Box()) && f.Test(Box(), full) && full);
+    EXPECT_TRUE(f.Test(P3()));
+    EXPECT_TRUE(f.Test(P3(), P3()));
+    EXPECT_TRUE(f.Test(Box()));
+    EXPECT_TRUE(f.Test(Box(), full));
+    EXPECT_TRUE(full);
     static_cast<Probe*>(c.filters[2])->full = false;  // one member cannot vouch for the whole box
-    EXPECT_TRUE(f.Test(Box(), full) && !full);
+    EXPECT_TRUE(f.Test(Box(), full));
+    EXPECT_TRUE(!full);
 
     CGeomFilterCombined empty;
     full = false;
-    EXPECT_TRUE(empty.Test(P3()) && empty.Test(P3(), P3()) && empty.Test(Box()) && empty.Test(Box(), full) && full);
+    EXPECT_TRUE(empty.Test(P3()));
+    EXPECT_TRUE(empty.Test(P3(), P3()));
+    EXPECT_TRUE(empty.Test(Box()));
+    EXPECT_TRUE(empty.Test(Box(), full));
+    EXPECT_TRUE(full);
     EXPECT_EQ(empty.GetFrustumPlane(0), nullptr);
 }
 
@@ -282,16 +342,19 @@ TEST_F(GeomFilterCombinedTest, FrustumPlanesCloneAndTransform) {
     auto* cc = dynamic_cast<CGeomFilterCombined*>(copy.get());
     ASSERT_TRUE(cc && cc->filters.size() == 4u);
     for (std::size_t i = 0; i < 4; ++i) EXPECT_NE(cc->filters[i], c.filters[i]);  // deep
-    EXPECT_TRUE(dynamic_cast<CGeomFilterPlane*>(cc->filters[0]) &&
-                dynamic_cast<CGeomFilterInsideVolume*>(cc->filters[1]) &&
-                dynamic_cast<CGeomFilterSelectAll*>(cc->filters[2]));
+    EXPECT_TRUE(dynamic_cast<CGeomFilterPlane*>(cc->filters[0]));
+    EXPECT_TRUE(dynamic_cast<CGeomFilterInsideVolume*>(cc->filters[1]));
+    EXPECT_TRUE(dynamic_cast<CGeomFilterSelectAll*>(cc->filters[2]));
     EXPECT_EQ(static_cast<Probe*>(cc->filters[3])->name, "p'");
 
     Probe::log.clear();
     copy->Transform(CTransformation::Translate(CVector3d(5, 0, 0)));
     EXPECT_EQ(Probe::log, (Log{"p' transform"}));
-    EXPECT_TRUE(copy->Test(P3(5, 0.5, 0.5)) && !copy->Test(P3(0, 0.5, 0.5)) && c.Test(P3(0, 0.5, 0.5)));
-    EXPECT_TRUE(cc->GetFrustumPlane(0)->d == -6.0 && volume->planes[0].d == -1.0);
+    EXPECT_TRUE(copy->Test(P3(5, 0.5, 0.5)));
+    EXPECT_TRUE(!copy->Test(P3(0, 0.5, 0.5)));
+    EXPECT_TRUE(c.Test(P3(0, 0.5, 0.5)));
+    EXPECT_EQ(cc->GetFrustumPlane(0)->d, -6.0);
+    EXPECT_EQ(volume->planes[0].d, -1.0);
 }
 
 // ----- bulk queries -------------------------------------------------------------
@@ -442,8 +505,10 @@ TEST(GeomFilterBulk, VolumesAnswerAsTheirPerItemTests) {
     const P3 ends[4] = {P3(1, 0, h), P3(-1, 0, -h), P3(1, 0, 3 * h), P3(-1, 0, -0.5 * h)};
     bool out[2] = {true, false};
     slab.TestSegments(ends, 2, out);
-    EXPECT_FALSE(out[0] || slab.Test(ends[0], ends[1]));
-    EXPECT_TRUE(out[1] == slab.Test(ends[2], ends[3]) && !out[1]);
+    EXPECT_FALSE(out[0]);
+    EXPECT_FALSE(slab.Test(ends[0], ends[1]));
+    EXPECT_EQ(out[1], slab.Test(ends[2], ends[3]));
+    EXPECT_TRUE(!out[1]);
 }
 
 TEST(GeomFilterBulk, PlanesSelectAllAndCombinedAnswerAsTheirPerItemTests) {
@@ -500,9 +565,11 @@ TEST_F(GeomFilterCombinedTest, BulkFallsBackToTheVirtualTestsForOtherTypes) {
     const Box inside(P3(0.25, 0.25, 0.25), P3(0.75, 0.75, 0.75));
     bool accepted = true, full = false;
     inverted.TestBoxes(&inside, 1, &accepted, &full);  // the member keeps the volume's own rule
-    EXPECT_TRUE(accepted && full);
+    EXPECT_TRUE(accepted);
+    EXPECT_TRUE(full);
     TestBoxes(inverted, &inside, 1, &accepted, &full);
-    EXPECT_FALSE(accepted || full);
+    EXPECT_FALSE(accepted);
+    EXPECT_FALSE(full);
 
     // A combined filter with a client member asks it exactly what the per-item walk
     // asks, in the same order: box i is not put to b once a has refused it, and a
@@ -519,10 +586,16 @@ TEST_F(GeomFilterCombinedTest, BulkFallsBackToTheVirtualTestsForOtherTypes) {
     TestSegments(c, ends, 2, out);
     EXPECT_EQ(Probe::log,
               (Log{"a box", "a box", "a box+flag", "a box+flag", "a point", "a point", "a segment", "a segment"}));
-    EXPECT_FALSE(out[0] || out[1] || flags[0] || flags[1]);
+    EXPECT_FALSE(out[0]);
+    EXPECT_FALSE(out[1]);
+    EXPECT_FALSE(flags[0]);
+    EXPECT_FALSE(flags[1]);
     Probe::log.clear();
     static_cast<Probe*>(c.filters[0])->answer = true;
     TestBoxes(c, boxes, 2, out, flags);
     EXPECT_EQ(Probe::log, (Log{"a box+flag", "b box+flag", "a box+flag", "b box+flag"}));
-    EXPECT_TRUE(out[0] && out[1] && flags[0] && flags[1]);
+    EXPECT_TRUE(out[0]);
+    EXPECT_TRUE(out[1]);
+    EXPECT_TRUE(flags[0]);
+    EXPECT_TRUE(flags[1]);
 }

@@ -123,7 +123,10 @@ TEST(PickingExample, HierarchicalPickAgreesWithBruteForce) {
         EXPECT_TRUE(std::adjacent_find(walk.picked.begin(), walk.picked.end()) == walk.picked.end());
         // surely <= walk <= maybe, and the exact brute force lies between them too, so
         // the walk and the exact answer can differ only on boxes in maybe - surely.
-        for (int id : surely) EXPECT_TRUE(Contains(walk.picked, id) && Contains(exact, id)) << id;
+        for (int id : surely) {
+            EXPECT_TRUE(Contains(walk.picked, id)) << id;
+            EXPECT_TRUE(Contains(exact, id)) << id;
+        }
         for (int id : walk.picked) EXPECT_TRUE(Contains(maybe, id)) << id;
         for (int id : exact) EXPECT_TRUE(Contains(maybe, id)) << id;
         for (int id : maybe) ambiguous += Contains(surely, id) ? 0 : 1;
@@ -165,12 +168,16 @@ TEST(PickingExample, ThreadsShareTheInstancesAndGiveTheSameAnswer) {
             const PickResult many = PickHierarchical(scene, volume, threads);
             EXPECT_EQ(many.picked, one.picked) << threads;
             const PickStats &a = one.stats, &b = many.stats;
-            EXPECT_TRUE(a.instancesRejected == b.instancesRejected && a.instancesAccepted == b.instancesAccepted &&
-                        a.instancesOpened == b.instancesOpened && a.groupsRejected == b.groupsRejected &&
-                        a.groupsAccepted == b.groupsAccepted && a.groupsOpened == b.groupsOpened &&
-                        a.boxesRejected == b.boxesRejected && a.boxesAccepted == b.boxesAccepted &&
-                        a.boxesOpened == b.boxesOpened && a.edgesTested == b.edgesTested)
-                << threads;
+            EXPECT_EQ(a.instancesRejected, b.instancesRejected) << threads;
+            EXPECT_EQ(a.instancesAccepted, b.instancesAccepted) << threads;
+            EXPECT_EQ(a.instancesOpened, b.instancesOpened) << threads;
+            EXPECT_EQ(a.groupsRejected, b.groupsRejected) << threads;
+            EXPECT_EQ(a.groupsAccepted, b.groupsAccepted) << threads;
+            EXPECT_EQ(a.groupsOpened, b.groupsOpened) << threads;
+            EXPECT_EQ(a.boxesRejected, b.boxesRejected) << threads;
+            EXPECT_EQ(a.boxesAccepted, b.boxesAccepted) << threads;
+            EXPECT_EQ(a.boxesOpened, b.boxesOpened) << threads;
+            EXPECT_EQ(a.edgesTested, b.edgesTested) << threads;
             // Every instance is looked at once, by exactly one share.
             EXPECT_EQ(b.instancesRejected + b.instancesAccepted + b.instancesOpened, 23) << threads;
         }

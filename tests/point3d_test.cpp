@@ -101,7 +101,10 @@ TEST(CPoint3d, EqualsIsStrictAndSphericalWhileOrderIsInclusive) {
                  {P(-0.0625, 0.0625, 0.125), true, false},
                  {P(-0.0625, 0.0625, -0.125), false, true},
                  {P(0.0625, -0.0625, 0.0625), false, false}};
-    for (const auto& r : order) EXPECT_TRUE((o < r.q) == r.less && (o > r.q) == r.greater) << r.q;
+    for (const auto& r : order) {
+        EXPECT_EQ(o < r.q, r.less) << r.q;
+        EXPECT_EQ(o > r.q, r.greater) << r.q;
+    }
 }
 
 TEST(CPoint3d, DistancesAndMembership) {

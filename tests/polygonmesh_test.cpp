@@ -38,7 +38,8 @@ TEST(PolygonMesh, WeldingTakesTheFirstMatchWithinEqualTol) {
     EXPECT_EQ(m.InsertPoint(P(0.001, 0, 0)), 3);      // exactly EqualTol from both: strict, so new
     EXPECT_EQ(m.InsertPoint(P(0.0015, 0, 0)), 2);     // within reach of 2 and 3: the earlier wins
     EXPECT_EQ(m.FindPoint(P(0, 0.0009, 0.0009)), 0);  // each axis within, the distance not
-    EXPECT_TRUE(m.points.size() == 3 && SameXyz(m.points[0], P(0, 0, 0)));
+    EXPECT_EQ(m.points.size(), 3);
+    EXPECT_TRUE(SameXyz(m.points[0], P(0, 0, 0)));
     plenar_test::ToleranceGuard wide(0.01);  // read at call time
     EXPECT_EQ(m.FindPoint(P(0.009, 0, 0)), 1);
 }
@@ -47,10 +48,12 @@ TEST(PolygonMesh, AddPolygonFromIndicesKeepsItsPartialStateOnRefusal) {
     CPolygonMesh m = Triangle();
     const long two[] = {1, 2}, signedTri[] = {1, -2, 3};
     EXPECT_EQ(m.AddPolygon(2, two), 0);
-    EXPECT_TRUE(m.polygonStarts.empty() && m.polygonIndices.empty());
+    EXPECT_TRUE(m.polygonStarts.empty());
+    EXPECT_TRUE(m.polygonIndices.empty());
     EXPECT_EQ(m.AddPolygon(3, signedTri), 1);
     EXPECT_EQ(m.GetPolygonPointIndex(1, 2), -2);
-    EXPECT_TRUE(SameXyz(m.GetPolygonPoint(1, 2), P(1, 0, 0)) && SameXyz(m.GetPoint(-3), P(0, 1, 0)));
+    EXPECT_TRUE(SameXyz(m.GetPolygonPoint(1, 2), P(1, 0, 0)));
+    EXPECT_TRUE(SameXyz(m.GetPoint(-3), P(0, 1, 0)));
     // A bad third corner: the start and the two corners before it stay.
     for (long bad : {0L, 4L, -4L, LONG_MAX, LONG_MIN}) {
         CPolygonMesh t = Triangle();
@@ -65,7 +68,8 @@ TEST(PolygonMesh, AddPolygonFromCoordinatesKeepsRefusedCornersAndPoints) {
     CPolygonMesh m(0);
     const P two[] = {P(0, 0, 0), P(1, 0, 0)};
     EXPECT_EQ(m.AddPolygon(2, two) + m.AddPolygon(0, two) + m.AddPolygon(-5, two), 0);
-    EXPECT_TRUE(m.polygonStarts.empty() && m.points.size() == 2);
+    EXPECT_TRUE(m.polygonStarts.empty());
+    EXPECT_EQ(m.points.size(), 2);
     EXPECT_EQ(m.polygonIndices, (Indices{1, 2}));
     // Welded against the refused points and within the polygon; repeats stay.
     const P five[] = {P(1, 0, 0), P(1, 1, 0), P(1.0004, 1, 0), P(0, 0, 0.0002), P(0, 1, 0)};
@@ -83,31 +87,43 @@ TEST(PolygonMesh, AttributeGettersCheckRangeAndNormalFlagWhileSettersAppend) {
     const P uv(0.25, 0.75, 1), uv2(0.5, 0.5, 0), zero(0, 0, 0);
     CPolygonMesh plain(0);
     plain.SetNormal(1, n);  // appends, although the mesh keeps no normals
-    EXPECT_TRUE(plain.normals.size() == 1 && !plain.GetNormal(1).IsValid());
+    EXPECT_EQ(plain.normals.size(), 1);
+    EXPECT_TRUE(!plain.GetNormal(1).IsValid());
 
     CPolygonMesh m(4 | 8);
     m.SetNormal(5, n);
-    EXPECT_TRUE(m.GetNormal(1) == n && m.GetNormal(-1) == n);
+    EXPECT_EQ(m.GetNormal(1), n);
+    EXPECT_EQ(m.GetNormal(-1), n);
     for (long i : {0L, 2L, -2L, LONG_MIN}) EXPECT_FALSE(m.GetNormal(i).IsValid()) << i;
     m.SetUVFront(7, uv);  // empty, flag unset: appends, and the getter does not ask
-    EXPECT_TRUE(SameXyz(m.GetUVFront(1), uv) && SameXyz(m.GetUVFront(-1), uv));
+    EXPECT_TRUE(SameXyz(m.GetUVFront(1), uv));
+    EXPECT_TRUE(SameXyz(m.GetUVFront(-1), uv));
     m.SetUVFront(-1, uv2);
     m.SetUVFront(0, uv);
     m.SetUVFront(LONG_MIN, uv);
-    EXPECT_TRUE(m.uvFront.size() == 3 && SameXyz(m.GetUVFront(1), uv2) && SameXyz(m.GetUVFront(3), uv));
+    EXPECT_EQ(m.uvFront.size(), 3);
+    EXPECT_TRUE(SameXyz(m.GetUVFront(1), uv2));
+    EXPECT_TRUE(SameXyz(m.GetUVFront(3), uv));
     for (long i : {0L, 4L, LONG_MIN}) EXPECT_TRUE(SameXyz(m.GetUVFront(i), zero)) << i;
     m.SetUVBack(2, uv);
-    EXPECT_TRUE(SameXyz(m.GetUVBack(-1), uv) && SameXyz(m.GetUVBack(2), zero));
+    EXPECT_TRUE(SameXyz(m.GetUVBack(-1), uv));
+    EXPECT_TRUE(SameXyz(m.GetUVBack(2), zero));
 
     // One zero entry per future point in each kept attribute; points only reserved.
     CPolygonMesh r(1 | 4);
     r.ReserveSpace(5, 2);
     r.ReserveSpace(-3, -1);
-    EXPECT_TRUE(r.points.empty() && r.points.capacity() >= 5 && r.polygonIndices.capacity() >= 6);
-    EXPECT_TRUE(r.uvFront.size() == 5 && r.uvBack.empty() && r.normals.size() == 5);
-    EXPECT_TRUE(SameXyz(r.uvFront[4], zero) && !r.normals[4].IsValid());
+    EXPECT_TRUE(r.points.empty());
+    EXPECT_TRUE(r.points.capacity() >= 5);
+    EXPECT_TRUE(r.polygonIndices.capacity() >= 6);
+    EXPECT_EQ(r.uvFront.size(), 5);
+    EXPECT_TRUE(r.uvBack.empty());
+    EXPECT_EQ(r.normals.size(), 5);
+    EXPECT_TRUE(SameXyz(r.uvFront[4], zero));
+    EXPECT_TRUE(!r.normals[4].IsValid());
     r.SetNormal(5, n);  // overwrites the reserved entry
-    EXPECT_TRUE(r.GetNormal(5) == n && r.normals.size() == 5);
+    EXPECT_EQ(r.GetNormal(5), n);
+    EXPECT_EQ(r.normals.size(), 5);
 }
 
 TEST(PolygonMesh, TransformCarriesNormalsAsPlanesAndLeavesTextureCoordinates) {
@@ -117,7 +133,8 @@ TEST(PolygonMesh, TransformCarriesNormalsAsPlanesAndLeavesTextureCoordinates) {
     m.SetNormal(2, CUnitVector3d());
     m.SetUVFront(1, P(0.5, 0.25, 0));
     m.Transform(CTransformation::Scale(2, 1, 1));
-    EXPECT_TRUE(SameXyz(m.points[0], P(2, 1, 1)) && SameXyz(m.uvFront[0], P(0.5, 0.25, 0)));
+    EXPECT_TRUE(SameXyz(m.points[0], P(2, 1, 1)));
+    EXPECT_TRUE(SameXyz(m.uvFront[0], P(0.5, 0.25, 0)));
     // (1, 2, 0)/sqrt(5) by the plane rule; as a vector it would be (2, 1, 0)/sqrt(5).
     EXPECT_NEAR(m.normals[0].x, 1 / std::sqrt(5.0), 1e-15);
     EXPECT_NEAR(m.normals[0].y, 2 / std::sqrt(5.0), 1e-15);

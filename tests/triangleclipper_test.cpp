@@ -158,7 +158,10 @@ TEST(TriangleClipper, RandomTrianglesKeepWindingAndArea) {
             EXPECT_GE(along, -1e-12 * len) << iter;  // same winding as the input, up to rounding
             twiceArea += along;
             for (const P3* p : {&a, &b, &c})
-                for (double v : {p->x, p->y, p->z}) EXPECT_TRUE(v >= -1e-12 && v <= 1 + 1e-12) << iter;
+                for (double v : {p->x, p->y, p->z}) {
+                    EXPECT_GE(v, -1e-12) << iter;
+                    EXPECT_LE(v, 1 + 1e-12) << iter;
+                }
         }
         EXPECT_NEAR(twiceArea, ClippedTwiceArea(input, clipper.clipPlanes, unit), 1e-9 * len) << iter;
     }
