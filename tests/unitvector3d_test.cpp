@@ -1,11 +1,11 @@
 #include <geometry/point3d.h>
 #include <geometry/unitvector3d.h>
 #include <gtest/gtest.h>
+#include <support/random.h>
 #include <support/tolerance_guard.h>
 
 #include <cmath>
 #include <limits>
-#include <random>
 
 namespace g = velmor::geometry;
 using g::CVector3d;
@@ -144,10 +144,11 @@ TEST(CUnitVector3d, ArbitraryAxesCompleteARightHandedFrame) {
     ExpectXYZ(xa, 0, 0, 0);
     ExpectXYZ(ya, 0, 0, 0);
 
-    std::mt19937 rng(7);
-    std::uniform_real_distribution<double> d(-1.0, 1.0);
+    plenar_test::SplitMix64 rng(7);
     for (int i = 0; i < 200; ++i) {
-        const U n(d(rng), d(rng), d(rng));
+        const double x = rng.Uniform(-1, 1);
+        const double y = rng.Uniform(-1, 1);
+        const U n(x, y, rng.Uniform(-1, 1));
         ASSERT_TRUE(n.GetArbitraryAxes(xa, ya));
         EXPECT_NEAR(g::Dot(xa, n), 0.0, 1e-14);
         EXPECT_NEAR(g::Dot(ya, n), 0.0, 1e-14);
