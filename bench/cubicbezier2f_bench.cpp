@@ -9,10 +9,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include "paired.h"
+
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <ctime>
 #include <initializer_list>
 #include <random>
 #include <vector>
@@ -25,6 +26,8 @@ using velmor::geometry::IntersectionPoint2f;
 using velmor::geometry::Rangef;
 
 namespace {
+
+using plenar_bench::Paired;
 
 constexpr std::size_t CurveCount = 1024;
 
@@ -252,13 +255,6 @@ void BM_UniformSamplingBaseline(benchmark::State& state) {
 }
 BENCHMARK(BM_UniformSamplingBaseline)->Arg(16)->Arg(64);
 
-// CPU time of the calling thread, in seconds.
-double ThreadSeconds() {
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
-}
-
 // Each curve against its neighbour in the list, through the plain recursion and
 // then the library, each timed on its own; the benchmark's time is the library's.
 // Counters: lib_ns and plain_ns per pair, ratio lib_ns / plain_ns, target_ns the
@@ -284,34 +280,27 @@ void BM_IntersectWithBezier(benchmark::State& state) {
             return;
         }
     }
-    double plainSeconds = 0.0, librarySeconds = 0.0;
     std::int64_t hits = 0;
-    for (auto _ : state) {
-        const double t0 = ThreadSeconds();
-        for (std::size_t i = 0; i < pairs; ++i) {
-            mine.points.clear();
-            plain::IntersectWithBezier(curves[i], curves[i + 1], mine);
-            benchmark::DoNotOptimize(mine.points.data());
-        }
-        const double t1 = ThreadSeconds();
-        for (std::size_t i = 0; i < pairs; ++i) {
-            lib.points.clear();
-            curves[i].IntersectWithBezier(curves[i + 1], Rangef(0, 1), Rangef(0, 1), lib);
-            hits += static_cast<std::int64_t>(lib.points.size());
-            benchmark::DoNotOptimize(lib.points.data());
-        }
-        const double t2 = ThreadSeconds();
-        plainSeconds += t1 - t0;
-        librarySeconds += t2 - t1;
-        state.SetIterationTime(t2 - t1);
-    }
-    const double items = static_cast<double>(state.iterations()) * static_cast<double>(pairs);
-    state.SetItemsProcessed(static_cast<std::int64_t>(items));
-    state.counters["lib_ns"] = librarySeconds * 1e9 / items;
-    state.counters["plain_ns"] = plainSeconds * 1e9 / items;
-    state.counters["ratio"] = librarySeconds / plainSeconds;
+    Paired(
+        state, pairs,
+        [&] {
+            for (std::size_t i = 0; i < pairs; ++i) {
+                mine.points.clear();
+                plain::IntersectWithBezier(curves[i], curves[i + 1], mine);
+                benchmark::DoNotOptimize(mine.points.data());
+            }
+        },
+        [&] {
+            for (std::size_t i = 0; i < pairs; ++i) {
+                lib.points.clear();
+                curves[i].IntersectWithBezier(curves[i + 1], Rangef(0, 1), Rangef(0, 1), lib);
+                hits += static_cast<std::int64_t>(lib.points.size());
+                benchmark::DoNotOptimize(lib.points.data());
+            }
+        });
     state.counters["target_ns"] = 5000;
-    state.counters["hits/pair"] = static_cast<double>(hits) / items;
+    state.counters["hits/pair"] =
+        static_cast<double>(hits) / (static_cast<double>(state.iterations()) * static_cast<double>(pairs));
 }
 BENCHMARK(BM_IntersectWithBezier)->UseManualTime();
 

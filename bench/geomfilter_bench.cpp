@@ -14,8 +14,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include "paired.h"
+
 #include <cstdint>
-#include <ctime>
 #include <memory>
 #include <vector>
 
@@ -27,6 +28,8 @@ using velmor::geometry::CUnitVector3d;
 using velmor::geometry::IGeomFilter;
 
 namespace {
+
+using plenar_bench::Paired;
 
 // splitmix64, so that the inputs are the same with every standard library.
 class Random {
@@ -43,14 +46,6 @@ public:
 private:
     std::uint64_t state_;
 };
-
-// CPU time of this thread: the machine is shared, so wall time would count other
-// processes' turns.
-double ThreadSeconds() {
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return static_cast<double>(ts.tv_sec) + 1e-9 * static_cast<double>(ts.tv_nsec);
-}
 
 // A frustum-like volume around the origin: four sloping sides, near and far.
 CGeomFilterCrossingVolume MakeVolume() {
@@ -184,29 +179,6 @@ struct PlainLoops {
         benchmark::DoNotOptimize(accepted.get());
     }
 };
-
-// Runs the plain pass and the library's pass in turn and reports the library's
-// time with both per-item figures and their ratio.
-template <class Plain, class Library>
-void Paired(benchmark::State& state, std::size_t n, Plain&& plain, Library&& library) {
-    double plainSeconds = 0.0, librarySeconds = 0.0;
-    for (auto _ : state) {
-        const double t0 = ThreadSeconds();
-        plain();
-        const double t1 = ThreadSeconds();
-        library();
-        benchmark::ClobberMemory();
-        const double t2 = ThreadSeconds();
-        plainSeconds += t1 - t0;
-        librarySeconds += t2 - t1;
-        state.SetIterationTime(t2 - t1);
-    }
-    const double items = static_cast<double>(state.iterations()) * static_cast<double>(n);
-    state.SetItemsProcessed(static_cast<std::int64_t>(items));
-    state.counters["lib_ns"] = librarySeconds * 1e9 / items;
-    state.counters["plain_ns"] = plainSeconds * 1e9 / items;
-    state.counters["ratio"] = librarySeconds / plainSeconds;
-}
 
 // Test(box, fullyAccepted) through IGeomFilter*, one call per box.
 void BM_Boxes_PerCall(benchmark::State& state) {

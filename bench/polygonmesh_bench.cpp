@@ -21,11 +21,12 @@
 
 #include <benchmark/benchmark.h>
 
+#include "paired.h"
+
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <ctime>
 #include <random>
 #include <unordered_map>
 #include <utility>
@@ -36,6 +37,8 @@ using velmor::geometry::CPoint3d;
 using velmor::geometry::CPolygonMesh;
 
 namespace {
+
+using plenar_bench::Paired;
 
 // A grid of side x side points (side even) covered by the quads of a checkerboard's
 // dark cells, row by row, so that every point is a corner of one or two quads. Each
@@ -162,36 +165,6 @@ PointStream MakeStream(std::size_t n) {
     }
     return s;
 }
-
-double ThreadSeconds() {
-    timespec t{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
-}
-
-// Runs the baseline and the library's pass in turn and reports the library's time
-// with both per-point figures and their ratio.
-template <class Plain, class Library>
-void Paired(benchmark::State& state, std::size_t n, Plain&& plain, Library&& library) {
-    double plainSeconds = 0.0, librarySeconds = 0.0;
-    for (auto _ : state) {
-        const double t0 = ThreadSeconds();
-        plain();
-        const double t1 = ThreadSeconds();
-        library();
-        benchmark::ClobberMemory();
-        const double t2 = ThreadSeconds();
-        plainSeconds += t1 - t0;
-        librarySeconds += t2 - t1;
-        state.SetIterationTime(t2 - t1);
-    }
-    const double items = static_cast<double>(state.iterations()) * static_cast<double>(n);
-    state.SetItemsProcessed(static_cast<std::int64_t>(items));
-    state.counters["lib_ns"] = librarySeconds * 1e9 / items;
-    state.counters["plain_ns"] = plainSeconds * 1e9 / items;
-    state.counters["ratio"] = librarySeconds / plainSeconds;
-}
-
 // The baseline: exact duplicates found by the bits of their coordinates in a
 // reserved std::unordered_map; a new position is appended to the pool.
 struct BitsKey {

@@ -16,16 +16,19 @@
 
 #include <benchmark/benchmark.h>
 
+#include "paired.h"
+
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <ctime>
 #include <memory>
 #include <vector>
 
 using namespace velmor::geometry;
 
 namespace {
+
+using plenar_bench::Paired;
 
 constexpr std::size_t kCount = 10000;
 
@@ -178,36 +181,6 @@ bool Agree(const Answers& a, const bool* hits, const std::vector<CPoint3d>& entr
     }
     return true;
 }
-
-double ThreadSeconds() {
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return static_cast<double>(ts.tv_sec) + 1e-9 * static_cast<double>(ts.tv_nsec);
-}
-
-// Runs plain and library passes in turn and reports the library's time with both
-// per-item figures and their ratio.
-template <class Plain, class Library>
-void Paired(benchmark::State& state, Plain&& plain, Library&& library) {
-    double plainSeconds = 0.0, librarySeconds = 0.0;
-    for (auto _ : state) {
-        const double t0 = ThreadSeconds();
-        plain();
-        const double t1 = ThreadSeconds();
-        library();
-        benchmark::ClobberMemory();
-        const double t2 = ThreadSeconds();
-        plainSeconds += t1 - t0;
-        librarySeconds += t2 - t1;
-        state.SetIterationTime(t2 - t1);
-    }
-    const double items = static_cast<double>(state.iterations()) * static_cast<double>(kCount);
-    state.SetItemsProcessed(static_cast<std::int64_t>(items));
-    state.counters["lib_ns"] = librarySeconds * 1e9 / items;
-    state.counters["plain_ns"] = plainSeconds * 1e9 / items;
-    state.counters["ratio"] = librarySeconds / plainSeconds;
-}
-
 // Ray i against box i, one IntersectWith call per pair.
 void BM_RayBox_PerCall(benchmark::State& state) {
     const Scene& s = GetScene();
@@ -223,7 +196,7 @@ void BM_RayBox_PerCall(benchmark::State& state) {
     library();
     if (!Agree(plain, hits.get(), entries, sides)) state.SkipWithError("plain loop and library disagree");
     Paired(
-        state, [&] { PlainPairs(soa, plain); }, library);
+        state, kCount, [&] { PlainPairs(soa, plain); }, library);
 }
 BENCHMARK(BM_RayBox_PerCall)->UseManualTime();
 
@@ -241,7 +214,7 @@ void BM_OneRayManyBoxes_Bulk(benchmark::State& state) {
     library();
     if (!Agree(plain, hits.get(), entries, sides)) state.SkipWithError("plain loop and library disagree");
     Paired(
-        state, [&] { PlainOneRay(soa, plain); }, library);
+        state, kCount, [&] { PlainOneRay(soa, plain); }, library);
 }
 BENCHMARK(BM_OneRayManyBoxes_Bulk)->UseManualTime();
 
@@ -258,7 +231,7 @@ void BM_OneRayManyBoxes_PerCall(benchmark::State& state) {
         for (std::size_t i = 0; i < kCount; ++i) hits[i] = ray.IntersectWith(s.boxes[i], entries[i], sides[i]);
     };
     Paired(
-        state, [&] { PlainOneRay(soa, plain); }, library);
+        state, kCount, [&] { PlainOneRay(soa, plain); }, library);
 }
 BENCHMARK(BM_OneRayManyBoxes_PerCall)->UseManualTime();
 

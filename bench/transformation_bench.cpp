@@ -12,8 +12,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include "paired.h"
+
 #include <cstdint>
-#include <ctime>
 #include <vector>
 
 using velmor::geometry::CPoint3d;
@@ -22,6 +23,8 @@ using velmor::geometry::CUnitVector3d;
 using velmor::geometry::CVector3d;
 
 namespace {
+
+using plenar_bench::Paired;
 
 constexpr std::size_t PointCount = 10000;
 
@@ -97,47 +100,18 @@ struct PlainLoop {
     }
 };
 
-// CPU time of this thread: the machine is shared, so wall time would count other
-// processes' turns.
-double ThreadSeconds() {
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return static_cast<double>(ts.tv_sec) + 1e-9 * static_cast<double>(ts.tv_nsec);
-}
-
-// Runs plain and library passes in turn and reports the library's time with both
-// per-item figures and their ratio.
-template <class Library>
-void Paired(benchmark::State& state, PlainLoop& plain, Library&& library) {
-    double plainSeconds = 0.0, librarySeconds = 0.0;
-    for (auto _ : state) {
-        const double t0 = ThreadSeconds();
-        plain.Run();
-        const double t1 = ThreadSeconds();
-        library();
-        benchmark::ClobberMemory();
-        const double t2 = ThreadSeconds();
-        plainSeconds += t1 - t0;
-        librarySeconds += t2 - t1;
-        state.SetIterationTime(t2 - t1);
-    }
-    const double items = static_cast<double>(state.iterations()) * static_cast<double>(PointCount);
-    state.SetItemsProcessed(static_cast<std::int64_t>(items));
-    state.counters["lib_ns"] = librarySeconds * 1e9 / items;
-    state.counters["plain_ns"] = plainSeconds * 1e9 / items;
-    state.counters["ratio"] = librarySeconds / plainSeconds;
-}
-
 // out[i] = t * in[i], one call per point.
 void BM_TransformPoint_PerCall(benchmark::State& state) {
     const CTransformation t = General();
     PlainLoop plain(t);
     const std::vector<CPoint3d>& in = InputPoints();
     std::vector<CPoint3d> out(PointCount);
-    Paired(state, plain, [&] {
-        for (std::size_t i = 0; i < PointCount; ++i) out[i] = t * in[i];
-        benchmark::DoNotOptimize(out.data());
-    });
+    Paired(
+        state, PointCount, [&] { plain.Run(); },
+        [&] {
+            for (std::size_t i = 0; i < PointCount; ++i) out[i] = t * in[i];
+            benchmark::DoNotOptimize(out.data());
+        });
 }
 BENCHMARK(BM_TransformPoint_PerCall)->UseManualTime();
 
@@ -147,10 +121,12 @@ void BM_TransformPoints_Bulk(benchmark::State& state) {
     PlainLoop plain(t);
     const std::vector<CPoint3d>& in = InputPoints();
     std::vector<CPoint3d> out(PointCount);
-    Paired(state, plain, [&] {
-        t.TransformPoints(in.data(), PointCount, out.data());
-        benchmark::DoNotOptimize(out.data());
-    });
+    Paired(
+        state, PointCount, [&] { plain.Run(); },
+        [&] {
+            t.TransformPoints(in.data(), PointCount, out.data());
+            benchmark::DoNotOptimize(out.data());
+        });
 }
 BENCHMARK(BM_TransformPoints_Bulk)->UseManualTime();
 
