@@ -116,6 +116,26 @@ struct PlaneCorners {
     }
 };
 
+#if defined(__SSE2__)
+// The plane's a, b, c, d, each in both lanes of e[0..3].
+inline void Broadcast(const CPlane& p, __m128d* e) noexcept {
+    e[0] = _mm_set1_pd(p.a);
+    e[1] = _mm_set1_pd(p.b);
+    e[2] = _mm_set1_pd(p.c);
+    e[3] = _mm_set1_pd(p.d);
+}
+
+// ((a*x + b*y) + c*z) + d in both lanes, as CPlane::SignedDistance evaluates it.
+inline __m128d Distance(const __m128d* e, __m128d x, __m128d y, __m128d z) noexcept {
+    return _mm_add_pd(_mm_add_pd(_mm_add_pd(_mm_mul_pd(e[0], x), _mm_mul_pd(e[1], y)), _mm_mul_pd(e[2], z)), e[3]);
+}
+
+// a where mask is set, b elsewhere.
+inline __m128d Select(__m128d mask, __m128d a, __m128d b) noexcept {
+    return _mm_or_pd(_mm_and_pd(mask, a), _mm_andnot_pd(mask, b));
+}
+#endif
+
 // codes[j] of a run of m boxes against planes[0..count-1]: AnyAbove when some plane
 // has box j wholly above it (low corner's distance > 0), AnyNotBelow when some
 // plane does not have it wholly below (high corner's distance not < 0). Every
@@ -128,26 +148,17 @@ void ClassifyRun(const CPlane* planes, int count, const BoxColumns& columns, std
 #if defined(__SSE2__)
     // Two boxes at a time in the two lanes; the same operations in the same order.
     __m128d coef[6][4];
-    for (int k = 0; k < count; ++k) {
-        coef[k][0] = _mm_set1_pd(pc[k].a);
-        coef[k][1] = _mm_set1_pd(pc[k].b);
-        coef[k][2] = _mm_set1_pd(pc[k].c);
-        coef[k][3] = _mm_set1_pd(pc[k].d);
-    }
+    for (int k = 0; k < count; ++k) Broadcast(planes[k], coef[k]);
     const __m128d zero = _mm_setzero_pd();
     for (std::size_t j = 0; j < m; j += 2) {
         __m128d above = zero, notBelow = zero;
         for (int k = 0; k < count; ++k) {
             const PlaneCorners& q = pc[k];
             const __m128d* e = coef[k];
-            const __m128d low = _mm_add_pd(_mm_add_pd(_mm_add_pd(_mm_mul_pd(e[0], _mm_load_pd(q.low[0] + j)),
-                                                                 _mm_mul_pd(e[1], _mm_load_pd(q.low[1] + j))),
-                                                      _mm_mul_pd(e[2], _mm_load_pd(q.low[2] + j))),
-                                           e[3]);
-            const __m128d high = _mm_add_pd(_mm_add_pd(_mm_add_pd(_mm_mul_pd(e[0], _mm_load_pd(q.high[0] + j)),
-                                                                  _mm_mul_pd(e[1], _mm_load_pd(q.high[1] + j))),
-                                                       _mm_mul_pd(e[2], _mm_load_pd(q.high[2] + j))),
-                                            e[3]);
+            const __m128d low =
+                Distance(e, _mm_load_pd(q.low[0] + j), _mm_load_pd(q.low[1] + j), _mm_load_pd(q.low[2] + j));
+            const __m128d high =
+                Distance(e, _mm_load_pd(q.high[0] + j), _mm_load_pd(q.high[1] + j), _mm_load_pd(q.high[2] + j));
             above = _mm_or_pd(above, _mm_cmpgt_pd(low, zero));
             notBelow = _mm_or_pd(notBelow, _mm_cmpnlt_pd(high, zero));  // true for NaN, as !(high < 0)
         }
@@ -174,21 +185,14 @@ void ClassifyRun(const CPlane* planes, int count, const BoxColumns& columns, std
 void AboveRun(const CPlane* planes, int count, const PointColumns& q, std::size_t m, unsigned char* out) noexcept {
 #if defined(__SSE2__)
     __m128d coef[6][4];
-    for (int k = 0; k < count; ++k) {
-        coef[k][0] = _mm_set1_pd(planes[k].a);
-        coef[k][1] = _mm_set1_pd(planes[k].b);
-        coef[k][2] = _mm_set1_pd(planes[k].c);
-        coef[k][3] = _mm_set1_pd(planes[k].d);
-    }
+    for (int k = 0; k < count; ++k) Broadcast(planes[k], coef[k]);
     const __m128d zero = _mm_setzero_pd();
     for (std::size_t j = 0; j < m; j += 2) {
         const __m128d x = _mm_load_pd(q.c[0] + j), y = _mm_load_pd(q.c[1] + j), z = _mm_load_pd(q.c[2] + j);
         __m128d above = zero;
         for (int k = 0; k < count; ++k) {
             const __m128d* e = coef[k];
-            const __m128d s =
-                _mm_add_pd(_mm_add_pd(_mm_add_pd(_mm_mul_pd(e[0], x), _mm_mul_pd(e[1], y)), _mm_mul_pd(e[2], z)), e[3]);
-            above = _mm_or_pd(above, _mm_cmpgt_pd(s, zero));
+            above = _mm_or_pd(above, _mm_cmpgt_pd(Distance(e, x, y, z), zero));
         }
         const int up = _mm_movemask_pd(above);
         out[j] |= static_cast<unsigned char>(up & 1);
@@ -314,21 +318,7 @@ bool CGeomFilterCrossingVolume::Test(const CBoundingBox3d& box, bool& fullyAccep
 
 IGeomFilter* CGeomFilterCrossingVolume::Clone() { return new CGeomFilterCrossingVolume(*this); }
 
-namespace {
-
-#if defined(__SSE2__)
-// a where mask is set, b elsewhere.
-inline __m128d Select(__m128d mask, __m128d a, __m128d b) noexcept {
-    return _mm_or_pd(_mm_and_pd(mask, a), _mm_andnot_pd(mask, b));
-}
-
-// ((a*x + b*y) + c*z) + d in both lanes, as CPlane::SignedDistance evaluates it.
-inline __m128d Distance(const __m128d* e, __m128d x, __m128d y, __m128d z) noexcept {
-    return _mm_add_pd(_mm_add_pd(_mm_add_pd(_mm_mul_pd(e[0], x), _mm_mul_pd(e[1], y)), _mm_mul_pd(e[2], z)), e[3]);
-}
-#endif
-
-}  // namespace
+namespace {}  // namespace
 
 void CGeomFilterCrossingVolume::TestSegments(const CPoint3d* endpoints, std::size_t n, bool* accepted) const noexcept {
     // CPlane::TrimAbove plane by plane, as Test(start, end) does: the end above a
@@ -340,12 +330,7 @@ void CGeomFilterCrossingVolume::TestSegments(const CPoint3d* endpoints, std::siz
     // Two segments at a time in the two lanes. A lane whose segment is rejected
     // goes on being computed until both are; its answer no longer changes.
     __m128d coef[6][4];
-    for (int k = 0; k < count; ++k) {
-        coef[k][0] = _mm_set1_pd(planes[k].a);
-        coef[k][1] = _mm_set1_pd(planes[k].b);
-        coef[k][2] = _mm_set1_pd(planes[k].c);
-        coef[k][3] = _mm_set1_pd(planes[k].d);
-    }
+    for (int k = 0; k < count; ++k) Broadcast(planes[k], coef[k]);
     const __m128d zero = _mm_setzero_pd(), tol = _mm_set1_pd(DivideByZeroTol);
     const __m128d sign = _mm_set1_pd(-0.0);
     PointColumns starts, ends;
