@@ -15,6 +15,7 @@
 #include <geometry/raytriangle.h>
 
 #include <benchmark/benchmark.h>
+#include <support/random.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -31,20 +32,7 @@ using namespace velmor::geometry;
 
 namespace {
 
-class Rng {
-public:
-    explicit Rng(std::uint64_t seed) : state_(seed) {}
-    std::uint64_t Next() {
-        std::uint64_t z = (state_ += 0x9E3779B97F4A7C15ull);
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-        return z ^ (z >> 31);
-    }
-    double Uniform(double lo, double hi) { return lo + (hi - lo) * (static_cast<double>(Next() >> 11) * 0x1.0p-53); }
-
-private:
-    std::uint64_t state_;
-};
+using Rng = plenar_test::SplitMix64;
 
 struct Scene {
     std::vector<CBoundingBox3d> boxes;

@@ -20,6 +20,7 @@
 #include <geometry/tol.h>
 
 #include <benchmark/benchmark.h>
+#include <support/random.h>
 
 #include "paired.h"
 
@@ -124,18 +125,6 @@ BENCHMARK(BM_PlainLoopWelding)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisec
 
 namespace {
 
-// splitmix64, so that the streams are the same with every standard library.
-struct SplitMix64 {
-    std::uint64_t state;
-    std::uint64_t Next() {
-        std::uint64_t z = (state += 0x9E3779B97F4A7C15ull);
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-        return z ^ (z >> 31);
-    }
-    double Uniform(double lo, double hi) { return lo + (hi - lo) * (static_cast<double>(Next() >> 11) * 0x1p-53); }
-};
-
 // n points over n / 4 distinct positions scattered in a cube, each position
 // repeated four times, in random order. `exact` holds the repeats as exact
 // copies; `jittered` moves every repeat but the first by less than a quarter of
@@ -145,7 +134,7 @@ struct PointStream {
 };
 
 PointStream MakeStream(std::size_t n) {
-    SplitMix64 rng{0x5EED0000u + n};
+    plenar_test::SplitMix64 rng(0x5EED0000u + n);
     const std::size_t distinct = n / 4;
     const double side = std::cbrt(static_cast<double>(distinct)) * 2.0;
     std::vector<CPoint3d> bases(distinct);
