@@ -27,6 +27,10 @@ const Bez kArch(P(0, 0), P(0, 4), P(4, 4), P(4, 0));
 const float kLow = (1 - std::sqrt(2.0f / 3)) / 2;
 const float kLowX = 12 * kLow * kLow - 8 * kLow * kLow * kLow;
 
+// The control points by index and the rectangle fields, for exact comparison in one line.
+std::vector<P> Ctrl(const Bez& c) { return {c.GetPoint(0), c.GetPoint(1), c.GetPoint(2), c.GetPoint(3)}; }
+std::vector<float> Fields(const CRect2f& r) { return {r.x, r.y, r.width, r.height}; }
+
 }  // namespace
 
 TEST(PointInsideTriangle, InclusiveInEveryVertexOrderAndDegenerateContainsAll) {
@@ -70,10 +74,7 @@ TEST(CubicBezier2f, ConstructorsPlaceTheInnerPoints) {
     EXPECT_EQ(e.GetPoint(7), P(1, 1));  // out-of-range indices mean p0
     e.SetPoint(7, P(9, 9));
     e.Reverse();
-    EXPECT_EQ(e.p0, P(4, 4));
-    EXPECT_EQ(e.p1, P(3, 3));
-    EXPECT_EQ(e.p2, P(2, 2));
-    EXPECT_EQ(e.p3, P(9, 9));
+    EXPECT_EQ(Ctrl(e), (std::vector<P>{P(4, 4), P(3, 3), P(2, 2), P(9, 9)}));
 }
 
 TEST(CubicBezier2f, EvaluateClampsOnlyAboveAndNudgesAZeroTangentInward) {
@@ -110,11 +111,8 @@ TEST(CubicBezier2f, SplitIsExactDeCasteljau) {
         EXPECT_TRUE(plenar_test::NearXy(right.EvaluatePoint(u), c.EvaluatePoint(0.25f + 0.75f * u), 1e-5));
     }
     c.Split(0.5f, c, right);  // splitting into itself
-    const P l[4] = {{0, 0}, {0, 4}, {2, 6}, {4, 6}}, r[4] = {{4, 6}, {6, 6}, {8, 4}, {8, 0}};
-    for (unsigned i = 0; i < 4; ++i) {
-        EXPECT_EQ(c.GetPoint(i), l[i]) << i;
-        EXPECT_EQ(right.GetPoint(i), r[i]) << i;
-    }
+    EXPECT_EQ(Ctrl(c), (std::vector<P>{{0, 0}, {0, 4}, {2, 6}, {4, 6}}));
+    EXPECT_EQ(Ctrl(right), (std::vector<P>{{4, 6}, {6, 6}, {8, 4}, {8, 0}}));
 }
 
 TEST(CubicBezier2f, IsLineBoundaryAndOrdering) {
@@ -134,11 +132,7 @@ TEST(CubicBezier2f, IsLineBoundaryAndOrdering) {
 
 TEST(CubicBezier2f, BoundsAreTheEndRectOrTighterThanTheControlBounds) {
     const Bez inner(P(0, 0), P(1, 1), P(3, 2), P(4, 4));
-    const CRect2f r = inner.Bounds();
-    EXPECT_EQ(r.x, 0);
-    EXPECT_EQ(r.y, 0);
-    EXPECT_EQ(r.width, 4);
-    EXPECT_EQ(r.height, 4);
+    EXPECT_EQ(Fields(inner.Bounds()), (std::vector<float>{0, 0, 4, 4}));
     CRect2f rect(5, 5, 1, 1);
     EXPECT_TRUE(inner.MightIntersectBounds(nullptr));
     EXPECT_FALSE(inner.MightIntersectBounds(&rect));

@@ -89,14 +89,12 @@ TEST(Ellipse2f, SampledOutlineIsClosedAndCounterClockwise) {
     }
 
     // Fewer than two points: nothing is written.
-    CPoint2f canary[2] = {CPoint2f(7, 7), CPoint2f(8, 8)};
-    e.GetPoints(0, canary);
-    e.GetPoints(1, canary);
-    EXPECT_EQ(canary[0], CPoint2f(7, 7));
-    EXPECT_EQ(canary[1], CPoint2f(8, 8));
-    e.GetPoints(2, canary);
-    EXPECT_EQ(canary[0], CPoint2f(4, 2));
-    EXPECT_EQ(canary[1], CPoint2f(4, 2));
+    std::vector<CPoint2f> canary{CPoint2f(7, 7), CPoint2f(8, 8)};
+    e.GetPoints(0, canary.data());
+    e.GetPoints(1, canary.data());
+    EXPECT_EQ(canary, (std::vector<CPoint2f>{{7, 7}, {8, 8}}));
+    e.GetPoints(2, canary.data());
+    EXPECT_EQ(canary, (std::vector<CPoint2f>{{4, 2}, {4, 2}}));
 }
 
 TEST(Ellipse2f, ClosestPointParameter) {
@@ -237,10 +235,9 @@ TEST(Ellipse2f, NearestParameterOnAxesAndDegenerateEllipses) {
     // Onto the line y = x: centre (-1, -1), ends (-1, -1) +- (sqrt2, sqrt2).
     const CEllipse2f squashed(CRect2f(-1, -1, 2, 2), AffineTransform(1, 1, 1, 1, 0, 0));
     const float end = std::sqrt(2.0f) - 1;
-    EXPECT_TRUE(
-        NearXy(squashed.GetPointAtParameter(squashed.NearestParameter(CPoint2f(3, 0))), CPoint2f(end, end), 1e-5));
-    EXPECT_TRUE(
-        NearXy(squashed.GetPointAtParameter(squashed.NearestParameter(CPoint2f(0, -1))), CPoint2f(-0.5f, -0.5f), 1e-5));
+    const auto foot = [&](const CPoint2f& q) { return squashed.GetPointAtParameter(squashed.NearestParameter(q)); };
+    EXPECT_TRUE(NearXy(foot(CPoint2f(3, 0)), CPoint2f(end, end), 1e-5));
+    EXPECT_TRUE(NearXy(foot(CPoint2f(0, -1)), CPoint2f(-0.5f, -0.5f), 1e-5));
     EXPECT_EQ(CEllipse2f(CPoint2f(4, 4), 0, 0, 0).NearestParameter(CPoint2f(1, 1)), 0.0f);
 
     // Non-finite input gives NaN; huge and tiny finite input finishes with an answer.

@@ -138,9 +138,8 @@ TEST(GetPointsOnArc, AccumulatesTheAngleAndHandlesSmallCounts) {
     const CUnitVector3d ux(1, 0, 0), uy(0, 1, 0);
     CPoint3d pts[11];
     GetPointsOnArc(P3(0, 0, 0), ux, uy, 1.0, 3.141592653589793, 3, pts);
-    EXPECT_TRUE(pts[0].Equals(P3(1, 0, 0), 1e-15));
-    EXPECT_TRUE(pts[1].Equals(P3(0, 1, 0), 1e-15));
-    EXPECT_TRUE(pts[2].Equals(P3(-1, 0, 0), 1e-15));
+    const P3 half[3] = {P3(1, 0, 0), P3(0, 1, 0), P3(-1, 0, 0)};
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(pts[i].Equals(half[i], 1e-15)) << i;
     // Ten additions of 0.2 end at 1.9999999999999998, whose sine and cosine differ
     // from those of 2.
     GetPointsOnArc(P3(0, 0, 0), ux, CUnitVector3d(0, 0, 1), 2.0, 2.0, 11, pts);
