@@ -273,14 +273,11 @@ TEST(CubicBezier2f, PolylineNeverEmitsTheSeedOrDuplicatesAJoint) {
             }
         }
     }
-}
 
-// The joint test of the polyline at dyadic offsets: each coordinate within
-// EqualTol inclusively, and the squared distance strictly below EqualTolSq (set
-// here on its own, as a client may leave it).
-TEST(CubicBezier2f, PolylineJointIsInclusivePerAxisAndStrictInDistance) {
+    // The joint test at dyadic offsets: each coordinate within EqualTol
+    // inclusively, and the squared distance strictly below EqualTolSq (set here on
+    // its own, as a client may leave it).
     const float k = 1.0f / 1024;
-    const Bez unit(P(0, 0), P(1, 0));
     const auto pointsAfter = [&](double tol, double tolSq, const P& last) {
         plenar_test::ToleranceGuard guard(tol);
         const double savedSq = EqualTolSq;
@@ -297,7 +294,7 @@ TEST(CubicBezier2f, PolylineJointIsInclusivePerAxisAndStrictInDistance) {
     EXPECT_EQ(pointsAfter(3 * k, 25 * k * k, P(0, 4 * k)), 3u);
 }
 
-TEST(CubicBezier2f, ArcPiecesAndDirection) {
+TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsOfAnyLength) {
     std::vector<P> pts(5, P(7, 7));
     const P center(1, 2);
     Bez::ApproximateArc(center, 2.0f, 0.0f, kPi / 2, pts);  // clockwise from angle 0 to -pi/2
@@ -319,6 +316,18 @@ TEST(CubicBezier2f, ArcPiecesAndDirection) {
     ASSERT_EQ(pts.size(), 4u);
     EXPECT_TRUE(plenar_test::NearXy(pts[0], P(1, 0), 1e-5));
     EXPECT_TRUE(plenar_test::NearXy(pts[3], P(3, 2), 1e-5));
+    // A sweep of any length gets all its pieces, every one ending on the circle.
+    Bez::ApproximateArc(center, 1, 0, 1.65e6f, pts);
+    EXPECT_EQ(pts.size(), 3150919u);
+    for (std::size_t i = 0; i < pts.size(); i += 3) EXPECT_NEAR(pts[i].DistanceTo(center), 1.0f, 1e-3f) << i;
+    Bez::ApproximateArc(center, 1, 1.65e6f, 0, pts);
+    EXPECT_EQ(pts.size(), 3150919u);
+    // No count for a sweep that is not finite, nor for one no list can hold.
+    for (float end : {std::numeric_limits<float>::infinity(), std::nanf(""), 3e38f}) {
+        pts.assign(3, P(0, 0));
+        Bez::ApproximateArc(P(0, 0), 1, 0, end, pts);
+        EXPECT_TRUE(pts.empty()) << end;
+    }
 }
 
 TEST(CubicBezier2f, LineHitsAreFoundOnceInCurveOrder) {
@@ -489,22 +498,6 @@ TEST(CubicBezier2f, RecursionsRunToTheEndOnFiniteInput) {
     for (std::size_t i = 0; i < pts.size(); i += 97) {
         float on = -1;
         EXPECT_TRUE(huge.ParameterOfPointOnCurve(pts[i], 2e12f, on)) << i;
-    }
-}
-
-TEST(CubicBezier2f, ArcOfAnySweepGetsAllItsPieces) {
-    std::vector<P> pts;
-    Bez::ApproximateArc(P(1, 2), 1, 0, 1.65e6f, pts);
-    EXPECT_EQ(pts.size(), 3150919u);
-    // Every piece ends on the circle.
-    for (std::size_t i = 0; i < pts.size(); i += 3) EXPECT_NEAR(pts[i].DistanceTo(P(1, 2)), 1.0f, 1e-3f) << i;
-    Bez::ApproximateArc(P(1, 2), 1, 1.65e6f, 0, pts);
-    EXPECT_EQ(pts.size(), 3150919u);
-    // No count for a sweep that is not finite, nor for one no list can hold.
-    for (float end : {std::numeric_limits<float>::infinity(), std::nanf(""), 3e38f}) {
-        pts.assign(3, P(0, 0));
-        Bez::ApproximateArc(P(0, 0), 1, 0, end, pts);
-        EXPECT_TRUE(pts.empty()) << end;
     }
 }
 
