@@ -180,7 +180,7 @@ TEST(CubicBezier2f, ControlHullOrdersAndDropsPoints) {
     EXPECT_FALSE(in(dot, 1, 1.25f, 0.125f));
 }
 
-TEST(CubicBezier2f, ParameterOfPointOnCurve) {
+TEST(CubicBezier2f, ParameterOfPointOnCurveWithStrictBoundaries) {
     float t = -7.0f;
     for (float u = 0.05f; u < 1.0f; u += 0.1f) {
         ASSERT_TRUE(kArch.ParameterOfPointOnCurve(kArch.EvaluatePoint(u), 0.01f, t)) << u;
@@ -201,14 +201,12 @@ TEST(CubicBezier2f, ParameterOfPointOnCurve) {
     t = 0.3f;
     EXPECT_TRUE(seg.RefineClosestPointOnCurve(P(1.5f, 1), t));
     EXPECT_NEAR(t, 0.5f, 1e-5f);
-}
 
-// Boundaries of the point search at dyadic offsets: 3/1024 and 4/1024 put a
-// point exactly tol = 5/1024 away, where the strict tests must fail.
-TEST(CubicBezier2f, PointSearchBoundariesAreStrict) {
+    // Boundaries of the point search at dyadic offsets: 3/1024 and 4/1024 put a
+    // point exactly tol = 5/1024 away, where the strict tests must fail.
     const float k = 1.0f / 1024;
     const float tol = 5 * k;
-    float t = -7.0f;
+    t = -7.0f;
     // Behind the start or past the end by exactly tol: every flat piece's chord
     // clamps to the end point, and the end-point fallback is strict.
     EXPECT_FALSE(kArch.ParameterOfPointOnCurve(P(-3 * k, -4 * k), tol, t));
