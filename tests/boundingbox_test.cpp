@@ -21,6 +21,11 @@ namespace {
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const Box kUnit(P3(0, 0, 0), P3(1, 1, 1));
 
+CRange Expanded(CRange r, double by) {
+    r.Expand(by);
+    return r;
+}
+
 }  // namespace
 
 TEST(Range, EmptyConventionToleranceBoundariesAndGrowth) {
@@ -61,13 +66,9 @@ TEST(Range, EmptyConventionToleranceBoundariesAndGrowth) {
     EXPECT_TRUE(SameRange(r + CRange(-1, 0), CRange(-1, 3)));
     EXPECT_TRUE(SameRange(r.Union(CRange(5, 4)), r));
     EXPECT_TRUE(SameRange(CRange(0, 1).Intersect(CRange(1, 2)), CRange(1, 1)));  // touching
-    EXPECT_TRUE(CRange(0, 1).Intersect(CRange(2, 3)).IsEmpty());
-    EXPECT_TRUE(CRange(0, 1).Intersect(CRange()).IsEmpty());
-    CRange e, g(0, 1);
-    e.Expand(5);
-    g.Expand(-0.25);
-    EXPECT_TRUE(SameRange(e, CRange()));
-    EXPECT_TRUE(SameRange(g, CRange(0.25, 0.75)));
+    for (const CRange& r : {CRange(2, 3), CRange()}) EXPECT_TRUE(CRange(0, 1).Intersect(r).IsEmpty()) << r.min;
+    EXPECT_TRUE(SameRange(Expanded(CRange(), 5), CRange()));
+    EXPECT_TRUE(SameRange(Expanded(CRange(0, 1), -0.25), CRange(0.25, 0.75)));
 }
 
 TEST(BoundingBox3d, GrowingMergingAndIntersecting) {
@@ -103,19 +104,13 @@ TEST(BoundingBox3d, PointContainmentTolerances) {
     {
         // With a negative band, exact face values still belong.
         plenar_test::ToleranceGuard guard(-0.25);
-        EXPECT_TRUE(kUnit.Contains(P3(0.5, 0.5, 0.5)));
-        EXPECT_TRUE(kUnit.Contains(P3(0, 1, 0)));
-        EXPECT_TRUE(kUnit.Contains(P3(0.5, 0.5, 1)));
-        EXPECT_FALSE(kUnit.Contains(P3(0.2, 0.5, 0.5)));
-        EXPECT_FALSE(kUnit.Contains(P3(0.5, 0.2, 1)));
+        for (const P3& p : {P3(0.5, 0.5, 0.5), P3(0, 1, 0), P3(0.5, 0.5, 1)}) EXPECT_TRUE(kUnit.Contains(p)) << p;
+        for (const P3& p : {P3(0.2, 0.5, 0.5), P3(0.5, 0.2, 1)}) EXPECT_FALSE(kUnit.Contains(p)) << p;
     }
     EXPECT_TRUE(kUnit.PreciselyContains(P3(0, 0, 0)));  // half-open
-    EXPECT_FALSE(kUnit.PreciselyContains(P3(1, 1, 1)));
-    EXPECT_FALSE(kUnit.PreciselyContains(P3(0.5, 1, 0.5)));
-    EXPECT_FALSE(kUnit.PreciselyContains(P3(0.5, 0.5, 1)));
+    for (const P3& p : {P3(1, 1, 1), P3(0.5, 1, 0.5), P3(0.5, 0.5, 1)}) EXPECT_FALSE(kUnit.PreciselyContains(p)) << p;
     EXPECT_TRUE(kUnit.ContainsInInterior(P3(0.001, 0.5, 0.5)));
-    EXPECT_FALSE(kUnit.ContainsInInterior(P3(0.0005, 0.5, 0.5)));
-    EXPECT_FALSE(kUnit.ContainsInInterior(P3(0.5, 0.5, 0.9995)));
+    for (const P3& p : {P3(0.0005, 0.5, 0.5), P3(0.5, 0.5, 0.9995)}) EXPECT_FALSE(kUnit.ContainsInInterior(p)) << p;
 }
 
 TEST(BoundingBox3d, BoxTestsAndWhichAxesTheyCheckForEmptiness) {
@@ -149,8 +144,7 @@ TEST(BoundingBox3d, BoxTestsAndWhichAxesTheyCheckForEmptiness) {
     // Overlaps stops at the first failing axis; the later ones stay cleared.
     EXPECT_FALSE(kUnit.Overlaps(Box(P3(0.5, 3, 0.5), P3(3, 4, 0.75)), out));
     EXPECT_TRUE(SameRange(out.x, CRange(0.5, 1)));
-    EXPECT_TRUE(out.y.IsEmpty());
-    EXPECT_TRUE(out.z.IsEmpty());
+    for (const CRange* r : {&out.y, &out.z}) EXPECT_TRUE(r->IsEmpty()) << (r == &out.y ? "y" : "z");
 }
 
 TEST(BoundingBox3d, CornersSettersExpansionAndFaces) {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "support/random.h"
@@ -28,6 +29,12 @@ const double kPi = std::acos(-1.0);
 const double kAbsent = CGeomFilterVolume::AbsentPlaneD;
 
 bool Same(const CPlane& p, const CPlane& q) { return p.a == q.a && p.b == q.b && p.c == q.c && p.d == q.d; }
+
+// The flagged box test as (accepted, fully accepted), the flag preset to `preset`
+// so that a flag left unwritten shows. A braced list evaluates in order: the flag
+// is read after the test.
+using Answer = std::pair<bool, bool>;
+Answer Flagged(IGeomFilter& f, const Box& b, bool preset) { return {f.Test(b, preset), preset}; }
 
 // The unit cube [0, 1]^3, normals pointing out; plane 5 is z <= 1.
 template <class V>
@@ -87,17 +94,15 @@ protected:
 
 TEST(GeomFilterVolume, PointTestIsExactOnEveryPresentPlane) {
     CGeomFilterInsideVolume def;  // the default is the half-space z <= 0
-    EXPECT_TRUE(def.Test(P3(0, 0, 0)));
-    EXPECT_TRUE(def.Test(P3(5, 5, -1)));
+    for (const P3& p : {P3(0, 0, 0), P3(5, 5, -1)}) EXPECT_TRUE(def.Test(p)) << p;
     EXPECT_FALSE(def.Test(P3(0, 0, 1e-9)));
 
     CGeomFilterCrossingVolume cube;
     IGeomFilter& f = UnitCube(cube);
     EXPECT_TRUE(f.Test(P3(1, 1, 1)));
     EXPECT_TRUE(f.Test(P3(0, 0, 0)));  // faces belong
-    EXPECT_FALSE(f.Test(P3(1 + 1e-12, 0.5, 0.5)));
-    EXPECT_FALSE(f.Test(P3(0.5, -1e-12, 0.5)));
-    EXPECT_FALSE(f.Test(P3(0.5, 0.5, 1 + 1e-12)));
+    for (const P3& p : {P3(1 + 1e-12, 0.5, 0.5), P3(0.5, -1e-12, 0.5), P3(0.5, 0.5, 1 + 1e-12)})
+        EXPECT_FALSE(f.Test(p)) << p;
     for (int i = 0; i < 5; ++i) EXPECT_FALSE(f.Test(P3(0.5, 0.5, 0.5) + CVector3d(cube.planes[i].Normal()))) << i;
 
     // Plane 5 is absent only for exactly the widened FLT_MAX.
@@ -110,8 +115,7 @@ TEST(GeomFilterVolume, PointTestIsExactOnEveryPresentPlane) {
 
     cube.planes[5].d = kAbsent;  // an absent plane 5 is still offered
     for (int i = 0; i < 6; ++i) EXPECT_EQ(f.GetFrustumPlane(i), &cube.planes[i]);
-    EXPECT_EQ(f.GetFrustumPlane(-1), nullptr);
-    EXPECT_EQ(f.GetFrustumPlane(6), nullptr);
+    for (int i : {-1, 6}) EXPECT_EQ(f.GetFrustumPlane(i), nullptr) << i;
 }
 
 TEST(GeomFilterVolume, TransformSkipsAnAbsentPlane5) {
@@ -141,25 +145,17 @@ TEST(GeomFilterVolume, BoxCodesAndTheFullyAcceptedFlag) {
     CGeomFilterCrossingVolume crossing;
     for (IGeomFilter* f :
          {static_cast<IGeomFilter*>(&UnitCube(inside)), static_cast<IGeomFilter*>(&UnitCube(crossing))}) {
-        bool full = false;
-        EXPECT_TRUE(f->Test(Box(P3(0.2, 0.2, 0.2), P3(0.8, 0.8, 0.8)), full));
-        EXPECT_TRUE(full);
-        EXPECT_TRUE(f->Test(Box(P3(0, 0, 0), P3(1, 1, 1)), full));
-        EXPECT_TRUE(!full);  // faces on the planes
-        EXPECT_TRUE(f->Test(Box(P3(1, 0.5, 0.5), P3(2, 0.8, 0.8)), full));
-        EXPECT_TRUE(!full);  // touches x = 1 from outside
-        full = true;
-        EXPECT_FALSE(f->Test(Box(P3(1 + 1e-12, 0, 0), P3(2, 1, 1)), full));
-        EXPECT_FALSE(full);                                              // flag cleared up front
+        EXPECT_EQ(Flagged(*f, Box(P3(0.2, 0.2, 0.2), P3(0.8, 0.8, 0.8)), false), Answer(true, true));
+        // Faces on the planes; touching x = 1 from outside; the flag cleared up front.
+        EXPECT_EQ(Flagged(*f, Box(P3(0, 0, 0), P3(1, 1, 1)), true), Answer(true, false));
+        EXPECT_EQ(Flagged(*f, Box(P3(1, 0.5, 0.5), P3(2, 0.8, 0.8)), false), Answer(true, false));
+        EXPECT_EQ(Flagged(*f, Box(P3(1 + 1e-12, 0, 0), P3(2, 1, 1)), true), Answer(false, false));
         EXPECT_FALSE(f->Test(Box(P3(0.2, 0.2, 1.5), P3(0.8, 0.8, 2))));  // above plane 5
         EXPECT_TRUE(f->Test(Box(P3(-3, -3, -3), P3(3, 3, 3))));
     }
     inside.planes[5].d = kAbsent;
-    bool full = false;
-    EXPECT_TRUE(inside.Test(Box(P3(0.2, 0.2, 0.2), P3(0.8, 0.8, 50)), full));
-    EXPECT_TRUE(full);
-    EXPECT_FALSE(inside.Test(Box(P3(0.2, 0.2, -2), P3(0.8, 0.8, -1)), full));
-    EXPECT_FALSE(full);  // plane 4 still counts
+    EXPECT_EQ(Flagged(inside, Box(P3(0.2, 0.2, 0.2), P3(0.8, 0.8, 50)), false), Answer(true, true));
+    EXPECT_EQ(Flagged(inside, Box(P3(0.2, 0.2, -2), P3(0.8, 0.8, -1)), true), Answer(false, false));  // plane 4 counts
 }
 
 TEST(GeomFilterVolume, SegmentsInsideAndCrossing) {
@@ -194,14 +190,10 @@ TEST(GeomFilterPlane, TouchingWithinTheBand) {
     CGeomFilterPlane pf(CPlane(0, 0, 1, 0));
     IGeomFilter& f = pf;
     auto at = [](double z) { return P3(1, 2, z); };
-    EXPECT_TRUE(f.Test(at(0.0009)));
-    EXPECT_TRUE(f.Test(at(-0.0009)));
-    EXPECT_FALSE(f.Test(at(0.001)));
-    EXPECT_FALSE(f.Test(at(-0.001)));  // strict
-    EXPECT_TRUE(f.Test(at(-2), at(3)));
-    EXPECT_TRUE(f.Test(at(3), at(-2)));
-    EXPECT_TRUE(f.Test(at(5), at(0.0005)));
-    EXPECT_TRUE(f.Test(at(-1), at(-0.0009)));
+    for (double z : {0.0009, -0.0009}) EXPECT_TRUE(f.Test(at(z))) << z;
+    for (double z : {0.001, -0.001}) EXPECT_FALSE(f.Test(at(z))) << z;            // strict
+    const double touching[][2] = {{-2, 3}, {3, -2}, {5, 0.0005}, {-1, -0.0009}};  // from z to z
+    for (const auto& z : touching) EXPECT_TRUE(f.Test(at(z[0]), at(z[1]))) << z[0] << " " << z[1];
     EXPECT_FALSE(f.Test(at(0.002), at(5)));
     EXPECT_FALSE(f.Test(at(-1), at(-0.001)));
     {
@@ -213,9 +205,7 @@ TEST(GeomFilterPlane, TouchingWithinTheBand) {
         EXPECT_TRUE(f.Test(at(0), at(-5)));
         EXPECT_TRUE(f.Test(at(-5), at(0)));
     }
-    bool full = true;
-    EXPECT_TRUE(f.Test(Box(P3(0, 0, -1), P3(1, 1, 1)), full));
-    EXPECT_TRUE(!full);
+    EXPECT_EQ(Flagged(f, Box(P3(0, 0, -1), P3(1, 1, 1)), true), Answer(true, false));
     EXPECT_TRUE(f.Test(Box(P3(0, 0, 0), P3(1, 1, 1))));  // touching with a face
     EXPECT_FALSE(f.Test(Box(P3(0, 0, 1e-12), P3(1, 1, 1))));
     EXPECT_FALSE(f.Test(Box(P3(0, 0, -1), P3(1, 1, -0.0005))));
@@ -233,9 +223,7 @@ TEST(GeomFilterPlane, TouchingWithinTheBand) {
         using CGeomFilterPlane::Test;
         bool Test(const Box&) override { return true; }
     } everything;
-    full = true;
-    EXPECT_TRUE(static_cast<IGeomFilter&>(everything).Test(Box(P3(0, 0, 5), P3(1, 1, 6)), full));
-    EXPECT_TRUE(!full);
+    EXPECT_EQ(Flagged(everything, Box(P3(0, 0, 5), P3(1, 1, 6)), true), Answer(true, false));
 }
 
 TEST(GeomFilterPlane, AbovePlaneBandForPointsButNotBoxes) {
@@ -245,20 +233,14 @@ TEST(GeomFilterPlane, AbovePlaneBandForPointsButNotBoxes) {
     EXPECT_TRUE(f->Test(at(-0.0009)));
     EXPECT_TRUE(f->Test(at(100)));
     EXPECT_TRUE(!f->Test(at(-0.001)));
-    EXPECT_TRUE(f->Test(at(-1), at(-0.0009)));
-    EXPECT_TRUE(f->Test(at(-0.0009), at(-1)));
-    EXPECT_TRUE(f->Test(at(7), at(8)));
+    const double kept[][2] = {{-1, -0.0009}, {-0.0009, -1}, {7, 8}};  // from z to z
+    for (const auto& z : kept) EXPECT_TRUE(f->Test(at(z[0]), at(z[1]))) << z[0] << " " << z[1];
     EXPECT_FALSE(f->Test(at(-1), at(-0.001)));
     EXPECT_FALSE(f->Test(Box(P3(0, 0, -1), P3(1, 1, -0.0005))));  // no band for boxes
     EXPECT_TRUE(f->Test(Box(P3(0, 0, -1), P3(1, 1, 0))));
-    bool full = false;
-    EXPECT_TRUE(f->Test(Box(P3(0, 0, 1), P3(1, 1, 2)), full));
-    EXPECT_TRUE(full);
-    EXPECT_TRUE(f->Test(Box(P3(0, 0, -1), P3(1, 1, 2)), full));
-    EXPECT_TRUE(!full);
-    full = true;
-    EXPECT_FALSE(f->Test(Box(P3(0, 0, -2), P3(1, 1, -1)), full));
-    EXPECT_FALSE(full);
+    EXPECT_EQ(Flagged(*f, Box(P3(0, 0, 1), P3(1, 1, 2)), false), Answer(true, true));
+    EXPECT_EQ(Flagged(*f, Box(P3(0, 0, -1), P3(1, 1, 2)), true), Answer(true, false));
+    EXPECT_EQ(Flagged(*f, Box(P3(0, 0, -2), P3(1, 1, -1)), true), Answer(false, false));
 
     std::unique_ptr<IGeomFilter> copy(f->Clone());
     ASSERT_NE(dynamic_cast<CGeomFilterAbovePlane*>(copy.get()), nullptr);
@@ -271,12 +253,10 @@ TEST(GeomFilterPlane, AbovePlaneBandForPointsButNotBoxes) {
 TEST(GeomFilterSelectAll, EverythingAndFullyAccepted) {
     CGeomFilterSelectAll all;
     IGeomFilter& f = all;
-    bool full = false;
     EXPECT_TRUE(f.Test(P3(std::nan(""), 0, 0)));
     EXPECT_TRUE(f.Test(P3(), P3(1e300, 0, 0)));
     EXPECT_TRUE(f.Test(Box()));
-    EXPECT_TRUE(f.Test(Box(), full));
-    EXPECT_TRUE(full);
+    EXPECT_EQ(Flagged(f, Box(), false), Answer(true, true));
     f.Transform(CTransformation::Scale(0));
     std::unique_ptr<IGeomFilter> copy(f.Clone());
     EXPECT_EQ(f.GetFrustumPlane(0), nullptr);
@@ -299,33 +279,25 @@ TEST_F(GeomFilterCombinedTest, OwnsItsMembersAndDeletesEachOnceInOrder) {
 TEST_F(GeomFilterCombinedTest, AndOfMembersStoppingAtTheFirstRefusal) {
     CGeomFilterCombined c(new Probe("a"), new Probe("b", false));
     c.Add(new Probe("c"));
-    IGeomFilter& f = c;
-    bool full = true;
-    EXPECT_FALSE(f.Test(P3()));
-    EXPECT_FALSE(f.Test(P3(), P3()));
-    EXPECT_FALSE(f.Test(Box()));
-    EXPECT_FALSE(f.Test(Box(), full));
-    EXPECT_FALSE(full);
+    // Point, segment, box and flagged box on default inputs, in that order; the
+    // flag is preset to the opposite of `full`.
+    auto expectEvery = [](IGeomFilter& f, bool answer, bool full, const char* what) {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(f.Test(P3()), answer);
+        EXPECT_EQ(f.Test(P3(), P3()), answer);
+        EXPECT_EQ(f.Test(Box()), answer);
+        EXPECT_EQ(Flagged(f, Box(), !full), Answer(answer, full));
+    };
+    expectEvery(c, false, false, "b refuses");
     EXPECT_EQ(Probe::log,
               (Log{"a point", "b point", "a segment", "b segment", "a box", "b box", "a box+flag", "b box+flag"}));
-
     static_cast<Probe*>(c.filters[1])->answer = true;
-    EXPECT_TRUE(f.Test(P3()));
-    EXPECT_TRUE(f.Test(P3(), P3()));
-    EXPECT_TRUE(f.Test(Box()));
-    EXPECT_TRUE(f.Test(Box(), full));
-    EXPECT_TRUE(full);
+    expectEvery(c, true, true, "all accept");
     static_cast<Probe*>(c.filters[2])->full = false;  // one member cannot vouch for the whole box
-    EXPECT_TRUE(f.Test(Box(), full));
-    EXPECT_TRUE(!full);
+    EXPECT_EQ(Flagged(c, Box(), true), Answer(true, false));
 
     CGeomFilterCombined empty;
-    full = false;
-    EXPECT_TRUE(empty.Test(P3()));
-    EXPECT_TRUE(empty.Test(P3(), P3()));
-    EXPECT_TRUE(empty.Test(Box()));
-    EXPECT_TRUE(empty.Test(Box(), full));
-    EXPECT_TRUE(full);
+    expectEvery(empty, true, true, "empty");
     EXPECT_EQ(empty.GetFrustumPlane(0), nullptr);
 }
 
@@ -565,11 +537,9 @@ TEST_F(GeomFilterCombinedTest, BulkFallsBackToTheVirtualTestsForOtherTypes) {
     const Box inside(P3(0.25, 0.25, 0.25), P3(0.75, 0.75, 0.75));
     bool accepted = true, full = false;
     inverted.TestBoxes(&inside, 1, &accepted, &full);  // the member keeps the volume's own rule
-    EXPECT_TRUE(accepted);
-    EXPECT_TRUE(full);
+    EXPECT_EQ(Answer(accepted, full), Answer(true, true));
     TestBoxes(inverted, &inside, 1, &accepted, &full);
-    EXPECT_FALSE(accepted);
-    EXPECT_FALSE(full);
+    EXPECT_EQ(Answer(accepted, full), Answer(false, false));
 
     // A combined filter with a client member asks it exactly what the per-item walk
     // asks, in the same order: box i is not put to b once a has refused it, and a
@@ -586,16 +556,10 @@ TEST_F(GeomFilterCombinedTest, BulkFallsBackToTheVirtualTestsForOtherTypes) {
     TestSegments(c, ends, 2, out);
     EXPECT_EQ(Probe::log,
               (Log{"a box", "a box", "a box+flag", "a box+flag", "a point", "a point", "a segment", "a segment"}));
-    EXPECT_FALSE(out[0]);
-    EXPECT_FALSE(out[1]);
-    EXPECT_FALSE(flags[0]);
-    EXPECT_FALSE(flags[1]);
+    for (int i : {0, 1}) EXPECT_EQ(Answer(out[i], flags[i]), Answer(false, false)) << i;
     Probe::log.clear();
     static_cast<Probe*>(c.filters[0])->answer = true;
     TestBoxes(c, boxes, 2, out, flags);
     EXPECT_EQ(Probe::log, (Log{"a box+flag", "b box+flag", "a box+flag", "b box+flag"}));
-    EXPECT_TRUE(out[0]);
-    EXPECT_TRUE(out[1]);
-    EXPECT_TRUE(flags[0]);
-    EXPECT_TRUE(flags[1]);
+    for (int i : {0, 1}) EXPECT_EQ(Answer(out[i], flags[i]), Answer(true, true)) << i;
 }

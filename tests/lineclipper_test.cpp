@@ -11,7 +11,12 @@ using velmor::geometry::PartVisible;
 namespace {
 
 // A clipper whose interval holds values Clip never produces, to see what it writes.
-LineClipper Marked(double depthLimit = 1.0) { return LineClipper{depthLimit, -7.0, 7.0}; }
+LineClipper Marked(double depthLimit) { return LineClipper{depthLimit, -7.0, 7.0}; }
+
+CPoint4d Clamped(const LineClipper& c, CPoint4d p) {
+    c.ClampToNearFarPlaneZ(p);
+    return p;
+}
 
 }  // namespace
 
@@ -34,63 +39,52 @@ TEST(LineClipper, OutcodesAreStrictAndPerPlane) {
     EXPECT_EQ(bd[2], 99.0);
 }
 
-TEST(LineClipper, TrivialCasesLeaveTheIntervalAlone) {
-    LineClipper c = Marked();
-    // Wholly inside, one end exactly on x = w.
-    EXPECT_EQ(c.Clip(true, CPoint4d(0.0, 0.0, 0.0, 1.0), CPoint4d(1.0, 0.5, 0.0, 1.0)), AllVisible);
-    // Both beyond x = w.
-    EXPECT_EQ(c.Clip(true, CPoint4d(2.0, 0.0, 0.0, 1.0), CPoint4d(3.0, -5.0, 0.0, 1.0)), NothingVisible);
-    // Depth clipping ignores x and y.
-    EXPECT_EQ(c.Clip(false, CPoint4d(50.0, 0.0, 0.0, 1.0), CPoint4d(0.0, -50.0, -1.0, 1.0)), AllVisible);
-    EXPECT_EQ(c.tMin, -7.0);
-    EXPECT_EQ(c.tMax, 7.0);
-}
-
-TEST(LineClipper, CrossingSegmentsReportTheVisibleInterval) {
+TEST(LineClipper, ClipReportsTheVisibleInterval) {
     struct Case {
         bool sides;
+        double depthLimit;
         CPoint4d p0, p1;
         int result;
-        double tMin, tMax;
+        double tMin, tMax;  // -7 and 7: the interval was left alone
     };
     const Case cases[] = {
-        {true, {-2, 0, 0, 1}, {2, 0, 0, 1}, PartVisible, 0.25, 0.75},
-        {true, {2, 0, 0, 1}, {-2, 0, 0, 1}, PartVisible, 0.25, 0.75},
+        // Trivial cases: wholly inside with one end exactly on x = w; both beyond
+        // x = w; depth clipping ignores x and y.
+        {true, 1.0, {0, 0, 0, 1}, {1, 0.5, 0, 1}, AllVisible, -7, 7},
+        {true, 1.0, {2, 0, 0, 1}, {3, -5, 0, 1}, NothingVisible, -7, 7},
+        {false, 1.0, {50, 0, 0, 1}, {0, -50, -1, 1}, AllVisible, -7, 7},
+        {true, 0.5, {-2, 0, 0, 1}, {2, 0, 0, 1}, PartVisible, 0.25, 0.75},
+        {true, 0.5, {2, 0, 0, 1}, {-2, 0, 0, 1}, PartVisible, 0.25, 0.75},
         // In through x = -w at t = 2/4, out through y = w at t = 1/1.5.
-        {true, {-3, 0, 0, 1}, {1, 1.5, 0, 1}, PartVisible, 0.5, 1.0 / 1.5},
+        {true, 0.5, {-3, 0, 0, 1}, {1, 1.5, 0, 1}, PartVisible, 0.5, 1.0 / 1.5},
         // Through w = 0, clipped without dividing.
-        {true, {0, 0, 0, 1}, {0, 0, 0, -1}, PartVisible, 0.0, 0.5},
+        {true, 0.5, {0, 0, 0, 1}, {0, 0, 0, -1}, PartVisible, 0.0, 0.5},
         // Reaching the square exactly at the far end: an empty interval needs
         // tMin strictly above tMax.
-        {true, {-3, -1, 0, 1}, {-1, 1, 0, 1}, PartVisible, 1.0, 1.0},
+        {true, 0.5, {-3, -1, 0, 1}, {-1, 1, 0, 1}, PartVisible, 1.0, 1.0},
         // Passing outside the corner (-1, 1): no shared outcode bit, only the
         // interval shows the miss, and keeps the values reached.
-        {true, {-3, 0, 0, 1}, {0, 3, 0, 1}, NothingVisible, 2.0 / 3.0, 1.0 / 3.0},
+        {true, 0.5, {-3, 0, 0, 1}, {0, 3, 0, 1}, NothingVisible, 2.0 / 3.0, 1.0 / 3.0},
         // Depth planes at d = 0.5.
-        {false, {0, 0, -2, 1}, {0, 0, 2, 1}, PartVisible, 0.375, 0.625},
+        {false, 0.5, {0, 0, -2, 1}, {0, 0, 2, 1}, PartVisible, 0.375, 0.625},
     };
     for (const Case& k : cases) {
-        LineClipper c = Marked(0.5);
-        EXPECT_EQ(c.Clip(k.sides, k.p0, k.p1), k.result) << k.p0.x << " " << k.p1.x;
-        EXPECT_EQ(c.tMin, k.tMin) << k.p0.x << " " << k.p1.x;
-        EXPECT_EQ(c.tMax, k.tMax) << k.p0.x << " " << k.p1.x;
+        SCOPED_TRACE(&k - cases);
+        LineClipper c = Marked(k.depthLimit);
+        EXPECT_EQ(c.Clip(k.sides, k.p0, k.p1), k.result);
+        EXPECT_EQ(c.tMin, k.tMin);
+        EXPECT_EQ(c.tMax, k.tMax);
     }
 }
 
 TEST(LineClipper, ClampRewritesDepthThroughTheNormalisedValue) {
     LineClipper c = Marked(1.0);
-    CPoint4d far(0.0, 0.0, 3.0, 2.0), near(1.0, -1.0, -5.0, 1.0), flipped(0.0, 0.0, 3.0, -1.0);
-    c.ClampToNearFarPlaneZ(far);
-    c.ClampToNearFarPlaneZ(near);
-    c.ClampToNearFarPlaneZ(flipped);
-    EXPECT_EQ(far, CPoint4d(0.0, 0.0, 2.0, 2.0));
-    EXPECT_EQ(near, CPoint4d(1.0, -1.0, -1.0, 1.0));
-    EXPECT_EQ(flipped.z, 1.0);  // z/w = -3 clamps to -1
+    EXPECT_EQ(Clamped(c, CPoint4d(0.0, 0.0, 3.0, 2.0)), CPoint4d(0.0, 0.0, 2.0, 2.0));
+    EXPECT_EQ(Clamped(c, CPoint4d(1.0, -1.0, -5.0, 1.0)), CPoint4d(1.0, -1.0, -1.0, 1.0));
+    EXPECT_EQ(Clamped(c, CPoint4d(0.0, 0.0, 3.0, -1.0)).z, 1.0);  // z/w = -3 clamps to -1
 
     // In range, z is still replaced by w * (z / w), here one ulp away from z.
     c.depthLimit = 10.0;
-    CPoint4d inside(0.0, 0.0, 0.7, 0.3);
-    c.ClampToNearFarPlaneZ(inside);
     ASSERT_NE(0.3 * (0.7 / 0.3), 0.7);
-    EXPECT_EQ(inside.z, 0.3 * (0.7 / 0.3));
+    EXPECT_EQ(Clamped(c, CPoint4d(0.0, 0.0, 0.7, 0.3)).z, 0.3 * (0.7 / 0.3));
 }

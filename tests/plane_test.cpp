@@ -3,6 +3,7 @@
 #include <geometry/point2d.h>
 #include <geometry/ray3d.h>
 
+#include "support/predicates.h"
 #include "support/random.h"
 
 #include <gtest/gtest.h>
@@ -13,6 +14,9 @@
 #include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
+using plenar_test::NearPlane;
+using plenar_test::NearXy;
+using plenar_test::NearXyz;
 using P = CPoint3d;
 
 namespace {
@@ -26,13 +30,6 @@ CPlane Raw(double a, double b, double c, double d) {
     CPlane pl;
     pl.a = a, pl.b = b, pl.c = c, pl.d = d;
     return pl;
-}
-
-void ExpectPlane(const CPlane& pl, double a, double b, double c, double d, double eps = 1e-12) {
-    EXPECT_NEAR(pl.a, a, eps);
-    EXPECT_NEAR(pl.b, b, eps);
-    EXPECT_NEAR(pl.c, c, eps);
-    EXPECT_NEAR(pl.d, d, eps);
 }
 
 // An ellipse about centre in the plane with normal n, counter-clockwise about n,
@@ -53,15 +50,15 @@ std::vector<P> Polygon(plenar_test::SplitMix64& rng, const P& centre, const CUni
 }  // namespace
 
 TEST(Plane, ConstructionNormalisesAndKeepsDegenerateOffset) {
-    ExpectPlane(CPlane(), 0, 0, 1, 0, 0);
-    ExpectPlane(CPlane(3, 0, 4, 10), 0.6, 0, 0.8, 2);
+    EXPECT_TRUE(NearPlane(CPlane(), Raw(0, 0, 1, 0), 0));
+    EXPECT_TRUE(NearPlane(CPlane(3, 0, 4, 10), Raw(0.6, 0, 0.8, 2), 1e-12));
     // 1e-10 squared rounds just above DivideByZeroTolSq: normalised; a little shorter
     // is the degenerate plane with d kept.
-    ExpectPlane(CPlane(1e-10, 0, 0, 1), 1, 0, 0, 1e10, 1e-2);
-    ExpectPlane(CPlane(0.99e-10, 0, 0, 7), 0, 0, 0, 7, 0);
+    EXPECT_TRUE(NearPlane(CPlane(1e-10, 0, 0, 1), Raw(1, 0, 0, 1e10), 1e-2));
+    EXPECT_TRUE(NearPlane(CPlane(0.99e-10, 0, 0, 7), Raw(0, 0, 0, 7), 0));
     // Counter-clockwise seen from +z gives normal +z; colinear points none.
-    ExpectPlane(CPlane(P(0, 0, 3), P(2, 0, 3), P(0, 5, 3)), 0, 0, 1, -3, 0);
-    ExpectPlane(CPlane(P(0, 0, 3), P(0, 5, 3), P(2, 0, 3)), 0, 0, -1, 3, 0);
+    EXPECT_TRUE(NearPlane(CPlane(P(0, 0, 3), P(2, 0, 3), P(0, 5, 3)), Raw(0, 0, 1, -3), 0));
+    EXPECT_TRUE(NearPlane(CPlane(P(0, 0, 3), P(0, 5, 3), P(2, 0, 3)), Raw(0, 0, -1, 3), 0));
     EXPECT_FALSE(CPlane(P(0, 0, 0), P(1, 1, 1), P(2, 2, 2)).Normal().IsValid());
     EXPECT_EQ(Raw(0, 0, 2, 0).Normal().z, 2.0);  // copied, not renormalised
     EXPECT_FALSE(Raw(0, 0, 1, std::nan("")).IsValidObj());
@@ -115,7 +112,8 @@ TEST(Plane, RayIntersectionUsesSquaredToleranceAndAcceptsNegativeParameters) {
 TEST(Plane, IntersectionOfTwoPlanesLiesOnBoth) {
     CRay3d line;
     ASSERT_TRUE(CPlane(0, 0, 1, -2).IntersectWith(CPlane(1, 0, 0, -3), line));
-    ExpectPlane(Raw(line.origin.x, line.origin.z, line.direction.y, 0), 3, 2, 1, 0, 1e-15);  // N1 x N2 = +y
+    // Origin (3, ., 2) and direction N1 x N2 = +y.
+    EXPECT_TRUE(NearPlane(Raw(line.origin.x, line.origin.z, line.direction.y, 0), Raw(3, 2, 1, 0), 1e-15));
     EXPECT_FALSE(CPlane(0, 0, 1, -2).IntersectWith(CPlane(0, 0, -1, 7), line));
     EXPECT_NEAR(line.origin.x, 3, 1e-15);  // untouched
     plenar_test::SplitMix64 rng(17);
@@ -203,25 +201,19 @@ TEST(Plane, CanonicalFormDecidesByDFirst) {
                  {CPlane(1, 0, 0, 0), 1, 0, 0},  {CPlane(0, 0, -1, e), 0, 0, -1}, {CPlane(0, 0, 1, -e), 0, 0, -1},
                  {Raw(0, 0, -2, 0), 0, 0, 1}};
     for (const auto& c : cases) {
-        const CUnitVector3d n = c.pl.GetCanonicalNormal();
-        EXPECT_EQ(n.x, c.x) << (&c - cases);
-        EXPECT_EQ(n.y, c.y) << (&c - cases);
-        EXPECT_EQ(n.z, c.z) << (&c - cases);
+        EXPECT_TRUE(NearXyz(c.pl.GetCanonicalNormal(), P(c.x, c.y, c.z), 0)) << (&c - cases);
     }
     CPlane pl(0, 0, 1, -5);
     pl.SetCanonicalForm();
     pl.SetCanonicalForm();  // idempotent
-    ExpectPlane(pl, 0, 0, -1, 5, 0);
+    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 5), 0));
 }
 
 TEST(Plane, MapPointUsesCanonicalFrameSoReversedPlanesAgree) {
     // z = 2 in canonical form is (0, 0, -1, 2): origin (0, 0, 2), X = (-1, 0, 0), Y = (0, 1, 0).
-    const CPoint2d m = CPlane(0, 0, 1, -2).MapPoint(P(3, 4, 2));
-    EXPECT_EQ(m.x, -3.0);
-    EXPECT_EQ(m.y, 4.0);
-    const CPoint2d near0 = CPlane(0, 0, 1, -0.5 * EqualTol).MapPoint(P(1, 2, 0));  // from the world origin
-    EXPECT_EQ(near0.x, 1.0);
-    EXPECT_EQ(near0.y, 2.0);
+    EXPECT_TRUE(NearXy(CPlane(0, 0, 1, -2).MapPoint(P(3, 4, 2)), CPoint2d(-3, 4), 0));
+    // Through the origin within EqualTol: measured from the world origin.
+    EXPECT_TRUE(NearXy(CPlane(0, 0, 1, -0.5 * EqualTol).MapPoint(P(1, 2, 0)), CPoint2d(1, 2), 0));
     plenar_test::SplitMix64 rng(3);
     plenar_test::UniformReal u(-5, 5);
     for (int i = 0; i < 100; ++i) {
@@ -229,8 +221,7 @@ TEST(Plane, MapPointUsesCanonicalFrameSoReversedPlanesAgree) {
         CPlane rev = pl;
         rev.Reverse();
         const P p = pl.Project(P(u(rng), u(rng), u(rng))), q = pl.Project(P(u(rng), u(rng), u(rng)));
-        EXPECT_EQ(pl.MapPoint(p).x, rev.MapPoint(p).x);
-        EXPECT_EQ(pl.MapPoint(p).y, rev.MapPoint(p).y);
+        EXPECT_TRUE(NearXy(pl.MapPoint(p), rev.MapPoint(p), 0)) << i;
         EXPECT_NEAR(pl.MapPoint(p).DistanceTo(pl.MapPoint(q)), p.DistanceTo(q), 1e-9);
     }
 }
@@ -256,7 +247,7 @@ TEST(Plane, MovingOffsettingAndReversing) {
     pl -= CVector3d(0, 0, 5);
     pl.Offset(2.5);
     pl.Reverse();
-    ExpectPlane(pl, 0, 0, -1, 0.5, 0);
+    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 0.5), 0));
     CPlane raw = Raw(0, 0, 2, 0);  // moves use the normalised normal, not the raw fields
     raw += CVector3d(0, 0, 3);
     EXPECT_EQ(raw.d, -3.0);
@@ -290,7 +281,7 @@ TEST(Plane, LeastSquaresFitAcceptsPointsExactlyEqualTolOff) {
         plenar_test::ToleranceGuard guard(0x4p-10);
         CPlane pl;
         EXPECT_EQ(pl.LeastSquaresFit(4, saddle.data()), h <= 0x4p-10) << h;
-        ExpectPlane(pl, 0, 0, 1, 0, 0);
+        EXPECT_TRUE(NearPlane(pl, Raw(0, 0, 1, 0), 0));
     }
 }
 
@@ -298,9 +289,9 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     std::vector<P> square = {{0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}}, reversed(square.rbegin(), square.rend());
     CPlane pl;
     ASSERT_TRUE(pl.Evaluate(square.data(), 4) && pl.LeastSquaresFit(4, square.data()));
-    ExpectPlane(pl, 0, 0, 1, -1);
+    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, 1, -1), 1e-12));
     ASSERT_TRUE(pl.LeastSquaresFit(4, reversed.data()) && pl.Evaluate(reversed.data(), 4));
-    ExpectPlane(pl, 0, 0, -1, 1, 0);
+    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 1), 0));
     // Colinear, coincident and too few points fail and leave the plane alone.
     std::vector<P> line = {{0, 0, 0}, {1, 1, 1}, {3, 3, 3}, {2, 2, 2}}, same(5, P(1, 2, 3));
     EXPECT_FALSE(pl.Evaluate(line.data(), 4));
@@ -309,7 +300,7 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     EXPECT_FALSE(pl.LeastSquaresFit(4, line.data()));
     EXPECT_FALSE(pl.LeastSquaresFit(5, same.data()));
     EXPECT_FALSE(pl.LeastSquaresFit(2, square.data()));
-    ExpectPlane(pl, 0, 0, -1, 1, 0);
+    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 1), 0));
     // Lifting one corner by 0.01 breaks planarity; the fitted plane is still set.
     square[2].z += 0.01;
     EXPECT_TRUE(!pl.LeastSquaresFit(4, square.data()));
@@ -319,9 +310,9 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     std::vector<P> xPlane = {{far, 0, 0}, {far, 2, 0}, {far, 2, 3}, {far, 0, 3}};
     std::vector<P> yPlane = {{0, -far, 0}, {0, -far, 3}, {2, -far, 3}, {2, -far, 0}};
     ASSERT_TRUE(pl.LeastSquaresFit(4, xPlane.data()));
-    ExpectPlane(pl, 1, 0, 0, -far, 1e-9);
+    EXPECT_TRUE(NearPlane(pl, Raw(1, 0, 0, -far), 1e-9));
     ASSERT_TRUE(pl.LeastSquaresFit(4, yPlane.data()));
-    ExpectPlane(pl, 0, 1, 0, far, 1e-9);
+    EXPECT_TRUE(NearPlane(pl, Raw(0, 1, 0, far), 1e-9));
 
     // Random convex polygons from a random first vertex, so that Evaluate's third
     // point falls inside and outside the chord's index range; the fit gets noise.
@@ -353,7 +344,7 @@ TEST(PlaneCalculator, CollectsThreeNonColinearPoints) {
     EXPECT_TRUE(calc.AddPoint(P(5, 0, 1)));
     EXPECT_EQ(calc.count, 2);  // colinear: ignored
     EXPECT_FALSE(calc.GetPlane(pl));
-    ExpectPlane(pl, 0, 1, 0, 9, 0);
+    EXPECT_TRUE(NearPlane(pl, Raw(0, 1, 0, 9), 0));
     // Squared distance from the line against 1e-10: 5e-6 off (2.5e-11) is ignored, 1e-4 off is taken.
     EXPECT_TRUE(calc.AddPoint(P(3, 5e-6, 1)));
     EXPECT_EQ(calc.count, 2);
@@ -361,11 +352,11 @@ TEST(PlaneCalculator, CollectsThreeNonColinearPoints) {
     EXPECT_EQ(calc.count, 3);
     EXPECT_FALSE(calc.AddPoint(P(0, 7, 7)));
     ASSERT_TRUE(calc.GetPlane(pl));
-    ExpectPlane(pl, 0, 0, 1, -1);
+    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, 1, -1), 1e-12));
     CPlaneCalculator cw;  // clockwise seen from +z
     for (const P& p : {P(0, 0, 0), P(0, 1, 0), P(1, 1, 0)}) cw.AddPoint(p);
     ASSERT_TRUE(cw.GetPlane(pl));
-    ExpectPlane(pl, 0, 0, -1, 0);
+    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 0), 1e-12));
 }
 
 TEST(Point3dWithPlanes, LeastSquaresFitOfPlanes) {

@@ -92,12 +92,10 @@ TEST(PolygonMesh, AttributeGettersCheckRangeAndNormalFlagWhileSettersAppend) {
 
     CPolygonMesh m(4 | 8);
     m.SetNormal(5, n);
-    EXPECT_EQ(m.GetNormal(1), n);
-    EXPECT_EQ(m.GetNormal(-1), n);
+    for (long i : {1L, -1L}) EXPECT_EQ(m.GetNormal(i), n) << i;
     for (long i : {0L, 2L, -2L, LONG_MIN}) EXPECT_FALSE(m.GetNormal(i).IsValid()) << i;
     m.SetUVFront(7, uv);  // empty, flag unset: appends, and the getter does not ask
-    EXPECT_TRUE(SameXyz(m.GetUVFront(1), uv));
-    EXPECT_TRUE(SameXyz(m.GetUVFront(-1), uv));
+    for (long i : {1L, -1L}) EXPECT_TRUE(SameXyz(m.GetUVFront(i), uv)) << i;
     m.SetUVFront(-1, uv2);
     m.SetUVFront(0, uv);
     m.SetUVFront(LONG_MIN, uv);

@@ -41,16 +41,21 @@ double ClippedTwiceArea(std::vector<P3> poly, const std::vector<ClipPlane>& plan
     return sum;
 }
 
+// pool[first], pool[first + 1], ... are bit for bit the points of `expected`.
+void ExpectPoolFrom(const std::vector<P3>& pool, std::size_t first, const std::vector<P3>& expected) {
+    for (std::size_t k = 0; k < expected.size(); ++k)
+        EXPECT_TRUE(SameXyz(pool.at(first + k), expected[k])) << first + k;
+}
+
 }  // namespace
 
 TEST(ClipPlane, InclusiveSideAxisSelectionAndCrossing) {
     const P3 p(1, 2, 3);
-    EXPECT_TRUE(ClipPlane(true, 1, 0).IsInside(p));
-    EXPECT_TRUE(ClipPlane(false, 1, 0).IsInside(p));  // on the plane: inside
-    EXPECT_FALSE(ClipPlane(true, 2.5, 1).IsInside(p));
-    EXPECT_FALSE(ClipPlane(false, 2.5, 2).IsInside(p));
-    EXPECT_TRUE(ClipPlane(false, 3, 7).IsInside(p));
-    EXPECT_TRUE(!ClipPlane(false, 2.9, -1).IsInside(p));  // other axes read z
+    // On the plane is inside, from either side; axes other than 0 and 1 read z.
+    for (const ClipPlane& c : {ClipPlane(true, 1, 0), ClipPlane(false, 1, 0), ClipPlane(false, 3, 7)})
+        EXPECT_TRUE(c.IsInside(p)) << c.value;
+    for (const ClipPlane& c : {ClipPlane(true, 2.5, 1), ClipPlane(false, 2.5, 2), ClipPlane(false, 2.9, -1)})
+        EXPECT_FALSE(c.IsInside(p)) << c.value;
     EXPECT_TRUE(SameXyz(ClipPlane(true, 1, 0).Intersection(P3(0, 0, 0), P3(4, 8, 12)), P3(1, 2, 3)));
     EXPECT_TRUE(SameXyz(ClipPlane(false, 6, 5).Intersection(P3(4, 8, 12), P3(0, 0, 0)), P3(2, 4, 6)));
     // A parallel edge has no crossing: +inf on every axis.
@@ -101,9 +106,7 @@ TEST(TriangleClipper, SplitShortenAndPiecesInOrderAcrossPlanes) {
     EXPECT_EQ(result, (Tris{{{0, 3, 4}}, {{2, 0, 5}}}));
     ASSERT_EQ(pool.size(), 6u);
     const P3 i2 = P3(2, 0.5, 0) + (P3(0.5, 0.9, 7) - P3(2, 0.5, 0)) * ((1.0 - 2.0) / (0.5 - 2.0));
-    EXPECT_TRUE(SameXyz(pool[3], P3(1, 0.5, 0)));
-    EXPECT_TRUE(SameXyz(pool[4], i2));
-    EXPECT_TRUE(SameXyz(pool[5], i2));
+    ExpectPoolFrom(pool, 3, {P3(1, 0.5, 0), i2, i2});
     EXPECT_DOUBLE_EQ(pool[4].z, 14.0 / 3.0);  // z follows the cut edge
 
     // Only vertex 1 is kept: it, the point on edge 1-2, then on 0-1.
@@ -113,8 +116,7 @@ TEST(TriangleClipper, SplitShortenAndPiecesInOrderAcrossPlanes) {
     one.ClipToExtents({{0, 1, 2}}, &result);
     EXPECT_EQ(result, (Tris{{{1, 3, 4}}}));
     ASSERT_EQ(pool2.size(), 5u);
-    EXPECT_TRUE(SameXyz(pool2[3], P3(1, 1, 0)));
-    EXPECT_TRUE(SameXyz(pool2[4], P3(1, 0, 0)));
+    ExpectPoolFrom(pool2, 3, {P3(1, 1, 0), P3(1, 0, 0)});
     one.ShortenTriangle(one.clipPlanes[0], {{0, 1, 2}}, 3, &result);  // out-of-range positions: nothing
     one.SplitTriangle(one.clipPlanes[0], {{0, 1, 2}}, -1, &result);
     EXPECT_EQ(result.size(), 1u);
@@ -127,11 +129,8 @@ TEST(TriangleClipper, SplitShortenAndPiecesInOrderAcrossPlanes) {
     clipper.ClipToExtents({{0, 1, 2}}, &result);
     EXPECT_EQ(result, (Tris{{{4, 6, 7}}, {{0, 8, 9}}, {{5, 0, 10}}}));
     ASSERT_EQ(pool.size(), 11u);
-    EXPECT_TRUE(SameXyz(pool[3], P3(1.5, 1, 0)));
-    EXPECT_TRUE(SameXyz(pool[4], P3(0.5, 1, 0)));
-    EXPECT_TRUE(SameXyz(pool[5], P3(0.5, 1, 0)));
-    EXPECT_TRUE(SameXyz(pool[7], P3(1, 1, 0)));
-    EXPECT_TRUE(SameXyz(pool[8], P3(1, 0.5, 0)));
+    ExpectPoolFrom(pool, 3, {P3(1.5, 1, 0), P3(0.5, 1, 0), P3(0.5, 1, 0)});
+    ExpectPoolFrom(pool, 7, {P3(1, 1, 0), P3(1, 0.5, 0)});
     EXPECT_TRUE(SameXyz(pool[9], pool[10]));
 }
 
