@@ -43,23 +43,12 @@ std::vector<Box> RandomScene(Rng& rng, int n, double scale, double offset) {
             b = Box(g, P3(g.x + scale, g.y + scale, g.z + scale));
         }
         if (kind == 4 && rng.Int(0, 3) == 0) {
-            switch (rng.Int(0, 4)) {
-                case 0:
-                    b.Clear();
-                    break;
-                case 1:
-                    b.y = CRange(1, -1);
-                    break;  // empty on y only
-                case 2:
-                    b.x.min = kNaN;
-                    break;
-                case 3:
-                    b.z.max = kInf;
-                    break;
-                default:
-                    b = Box(P3(kNaN, kNaN, kNaN), P3(kNaN, kNaN, kNaN));
-                    break;
-            }
+            const int odd = rng.Int(0, 4);
+            if (odd == 0) b.Clear();
+            if (odd == 1) b.y = CRange(1, -1);  // empty on y only
+            if (odd == 2) b.x.min = kNaN;
+            if (odd == 3) b.z.max = kInf;
+            if (odd == 4) b = Box(P3(kNaN, kNaN, kNaN), P3(kNaN, kNaN, kNaN));
         }
         boxes.push_back(b);
     }
@@ -118,9 +107,8 @@ bool SameHits(const std::vector<CBoxTree::RayHit>& a, const std::vector<CBoxTree
     if (a.size() != b.size()) return false;
     for (std::size_t i = 0; i < a.size(); ++i) {
         const CBoxTree::RayHit &x = a[i], &y = b[i];
-        const bool samePoint = (x.point.x == y.point.x || (std::isnan(x.point.x) && std::isnan(y.point.x))) &&
-                               (x.point.y == y.point.y || (std::isnan(x.point.y) && std::isnan(y.point.y))) &&
-                               (x.point.z == y.point.z || (std::isnan(x.point.z) && std::isnan(y.point.z)));
+        auto same = [](double u, double v) { return u == v || (std::isnan(u) && std::isnan(v)); };
+        const bool samePoint = same(x.point.x, y.point.x) && same(x.point.y, y.point.y) && same(x.point.z, y.point.z);
         if (x.index != y.index || x.t != y.t || x.side != y.side || !samePoint) return false;
     }
     return true;
@@ -142,6 +130,25 @@ void RandomVolume(Rng& rng, V& volume, const P3& c, double size) {
         const CUnitVector3d n(rng.Uniform(-1, 1), rng.Uniform(-1, 1), rng.Uniform(-1, 1));
         p.Set(P3(c, size * rng.Uniform(0.2, 1.5), n), n);
     }
+}
+
+// A filter around c of the given kind (0 to 5): a crossing volume, an inside volume
+// without its sixth plane, a plane, a half-space, everything, a volume and a half-space.
+std::unique_ptr<IGeomFilter> RandomFilter(Rng& rng, int kind, const P3& c, double scale) {
+    if (kind == 2) return std::make_unique<CGeomFilterPlane>(CPlane(c, CUnitVector3d(1, 2, 3)));
+    if (kind == 3) return std::make_unique<CGeomFilterAbovePlane>(CPlane(c, CUnitVector3d(0, 0, 1)));
+    if (kind == 4) return std::make_unique<CGeomFilterSelectAll>();
+    if (kind == 1) {
+        auto v = std::make_unique<CGeomFilterInsideVolume>();
+        RandomVolume(rng, *v, c, 8 * scale);
+        v->planes[5].d = CGeomFilterVolume::AbsentPlaneD;
+        return v;
+    }
+    auto v = std::make_unique<CGeomFilterCrossingVolume>();
+    RandomVolume(rng, *v, c, (kind == 0 ? 8 : 10) * scale);
+    if (kind == 0) return v;
+    return std::make_unique<CGeomFilterCombined>(v.release(),
+                                                 new CGeomFilterAbovePlane(CPlane(c, CUnitVector3d(1, 0, 0))));
 }
 
 // A ray from somewhere in or around the scene; a third of them along an axis or a
@@ -181,37 +188,7 @@ TEST(BoxTree, FilterQueriesMatchTestingEveryBox) {
                         const P3 c(frame.offset + frame.scale * rng.Uniform(-10, 10),
                                    frame.offset + frame.scale * rng.Uniform(-10, 10),
                                    frame.offset + frame.scale * rng.Uniform(-10, 10));
-                        std::unique_ptr<IGeomFilter> filter;
-                        switch (q % 6) {
-                            case 0: {
-                                auto v = std::make_unique<CGeomFilterCrossingVolume>();
-                                RandomVolume(rng, *v, c, 8 * frame.scale);
-                                filter = std::move(v);
-                                break;
-                            }
-                            case 1: {
-                                auto v = std::make_unique<CGeomFilterInsideVolume>();
-                                RandomVolume(rng, *v, c, 8 * frame.scale);
-                                v->planes[5].d = CGeomFilterVolume::AbsentPlaneD;
-                                filter = std::move(v);
-                                break;
-                            }
-                            case 2:
-                                filter = std::make_unique<CGeomFilterPlane>(CPlane(c, CUnitVector3d(1, 2, 3)));
-                                break;
-                            case 3:
-                                filter = std::make_unique<CGeomFilterAbovePlane>(CPlane(c, CUnitVector3d(0, 0, 1)));
-                                break;
-                            case 4:
-                                filter = std::make_unique<CGeomFilterSelectAll>();
-                                break;
-                            default: {
-                                auto v = new CGeomFilterCrossingVolume();
-                                RandomVolume(rng, *v, c, 10 * frame.scale);
-                                filter = std::make_unique<CGeomFilterCombined>(
-                                    v, new CGeomFilterAbovePlane(CPlane(c, CUnitVector3d(1, 0, 0))));
-                            }
-                        }
+                        const std::unique_ptr<IGeomFilter> filter = RandomFilter(rng, q % 6, c, frame.scale);
                         const std::vector<Accepted> expected = BruteFilter(boxes, *filter);
                         ASSERT_EQ(TreeFilter(tree, *filter), expected) << "n " << n << " query " << q;
                         std::vector<long> collected = {-7};  // appended to, not cleared

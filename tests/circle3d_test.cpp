@@ -23,6 +23,13 @@ const CUnitVector3d kZ = CUnitVector3d::FromComponents(0, 0, 1);
 CCircle3d UnitCircle() { return CCircle3d(P(0, 0, 0), CVector3d(1, 0, 0), kZ); }
 double Gap(const P& a, const P& b) { return std::sqrt(a.DistanceSquaredTo(b)); }
 
+// The wrap turn by turn, as literally as it can be written.
+double TurnByTurn(double t) {
+    while (t < -EqualTolSq) t += kTwoPi;
+    while (t > kTwoPi + EqualTolSq) t -= kTwoPi;
+    return t;
+}
+
 }  // namespace
 
 TEST(Arc3d, ThroughThreePointsRunsFromTheFirstThroughTheSecondToTheThird) {
@@ -99,22 +106,9 @@ TEST(Circle3d, EvalWrapsWholeTurnsOnlyBeyondTheSquaredTolerance) {
     EXPECT_EQ(c.Eval(1e300).x, std::cos(1e300));
     EXPECT_EQ(c.Eval(0x1p56 + 16).y, std::sin(0x1p56 + 16));
     EXPECT_EQ(c.Eval(-0x1p60).x, std::cos(-0x1p60));
-    EXPECT_FALSE(c.Eval(HUGE_VAL).IsValidObj());
-    EXPECT_FALSE(c.Eval(-HUGE_VAL).IsValidObj());
-    EXPECT_FALSE(c.Eval(std::nan("")).IsValidObj());
+    for (double t : {HUGE_VAL, -HUGE_VAL, std::nan("")}) EXPECT_FALSE(c.Eval(t).IsValidObj()) << t;
     EXPECT_EQ(c.ParameterOfClosestPoint(P(std::nan(""), 0, 0)), 0.0);
 }
-
-namespace {
-
-// The wrap turn by turn, as literally as it can be written.
-double TurnByTurn(double t) {
-    while (t < -EqualTolSq) t += kTwoPi;
-    while (t > kTwoPi + EqualTolSq) t -= kTwoPi;
-    return t;
-}
-
-}  // namespace
 
 TEST(Circle3d, EvalWrapsLargeAnglesExactlyAsTurnByTurn) {
     // A circle whose point carries the wrapped angle's rounding to every bit.
@@ -147,13 +141,9 @@ TEST(Circle3d, EvalWrapsLargeAnglesExactlyAsTurnByTurn) {
 TEST(Circle3d, ParameterWrapFollowsTheSquaredToleranceToAnyMagnitude) {
     // A negative squared tolerance makes the first loop add turns up to 2e6 and the
     // second take them back below -2e6: millions of turns, each rounded.
-    const double saved = EqualTolSq;
-    EqualTolSq = -2e6;
-    const CCircle3d c = UnitCircle();
-    const double got = c.ParameterOfClosestPoint(P(0.3, 0.7, 0));
+    plenar_test::SquaredToleranceGuard guard(-2e6);
     const double want = TurnByTurn(std::atan2(0.7, 0.3));
-    EqualTolSq = saved;
-    EXPECT_EQ(got, want);
+    EXPECT_EQ(UnitCircle().ParameterOfClosestPoint(P(0.3, 0.7, 0)), want);
     EXPECT_LT(want, -1.9e6);
 }
 
@@ -163,17 +153,15 @@ TEST(Circle3d, ThreePointsOnATinyTriangleGiveAZeroNormal) {
     // origin. 0.9e-5 by 1e-5 is just below that, 1.1e-5 by 1e-5 just above.
     const P a(5, 5, 5), b(5 + 1e-5, 5, 5);
     const CCircle3d tiny(a, b, P(5, 5 + 0.9e-5, 5));
-    EXPECT_EQ(tiny.plane.a, 0);
-    EXPECT_EQ(tiny.plane.b, 0);
-    EXPECT_EQ(tiny.plane.c, 0);
-    EXPECT_EQ(tiny.center.x, 0);
-    EXPECT_EQ(tiny.center.y, 0);
-    EXPECT_EQ(tiny.center.z, 0);
-    EXPECT_FALSE(tiny.IsValidObj());
     const CArc3d arc(a, b, P(5, 5 + 0.9e-5, 5));
-    EXPECT_EQ(arc.plane.a, 0);
-    EXPECT_EQ(arc.plane.b, 0);
-    EXPECT_EQ(arc.plane.c, 0);
+    const struct {
+        const char* name;
+        double value;
+    } zeros[] = {{"plane.a", tiny.plane.a},    {"plane.b", tiny.plane.b},    {"plane.c", tiny.plane.c},
+                 {"center.x", tiny.center.x},  {"center.y", tiny.center.y},  {"center.z", tiny.center.z},
+                 {"arc plane.a", arc.plane.a}, {"arc plane.b", arc.plane.b}, {"arc plane.c", arc.plane.c}};
+    for (const auto& z : zeros) EXPECT_EQ(z.value, 0) << z.name;
+    EXPECT_FALSE(tiny.IsValidObj());
     const CCircle3d small(a, b, P(5, 5 + 1.1e-5, 5));
     EXPECT_NEAR(small.plane.c, 1.0, 1e-12);
     EXPECT_LT(Gap(small.center, P(5 + 0.5e-5, 5 + 0.55e-5, 5)), 1e-12);

@@ -6,20 +6,16 @@
 #include <algorithm>
 #include <vector>
 
+#include "support/tolerance_guard.h"
+
 using velmor::geometry::CMatrix3x3;
 using velmor::geometry::CMatrix4x4;
 using velmor::geometry::CPoint4d;
 using velmor::geometry::EqualTolSq;
 using V = std::vector<double>;
+using plenar_test::SquaredToleranceGuard;
 
 namespace {
-
-// Sets the squared tolerance to a power of two, so boundaries are hit exactly; restored afterwards.
-struct ScopedEqualTolSq {
-    double saved = EqualTolSq;
-    explicit ScopedEqualTolSq(double value) { EqualTolSq = value; }
-    ~ScopedEqualTolSq() { EqualTolSq = saved; }
-};
 
 CMatrix3x3 Make(const V& values) {
     CMatrix3x3 a;
@@ -62,7 +58,7 @@ TEST(CMatrix3x3, ProductsNormaliseOnlyAffineResults) {
     EXPECT_TRUE(a.Normalize());
     EXPECT_TRUE(a.m[0] == 5.0 * (1.0 / 3.0));
     // m8, result, m0 after: |m8 - 1| == tol is left as it is, |m8| == tol is not below it.
-    const ScopedEqualTolSq tol(0x1p-20);
+    const SquaredToleranceGuard tol(0x1p-20);
     const double cases[][3] = {{1 + 0x1p-20, 1, 3}, {0x1p-21, 0, 3}, {0x1p-20, 1, 3 * 0x1p20}};
     for (const auto& c : cases) {
         CMatrix3x3 n = Make({3, 0, 0, 0, 3, 0, 0, 0, c[0]});
@@ -80,7 +76,7 @@ TEST(CMatrix3x3, IsIdentityIsInclusiveOnTheDiagonalAndStrictOffIt) {
         a.m[i] = diagonal ? 1.0 : EqualTolSq;
         EXPECT_EQ(a.IsIdentity(), diagonal) << i;
     }
-    const ScopedEqualTolSq tol(0x1p-20);
+    const SquaredToleranceGuard tol(0x1p-20);
     for (double d : {1 + 0x1p-20, 1 - 0x1p-20, 1 + 0x1p-19}) {
         CMatrix3x3 a;
         a.m[8] = d;
@@ -100,10 +96,10 @@ TEST(CMatrix3x3, InverseDividesByTheAdjointScalarNotTheDeterminant) {
     // The division guard is inclusive: a scalar of exactly EqualTolSq divides.
     const CMatrix3x3 small = Make({0x1p-20, 0, 0, 0, 1, 4, 0, 0, 1});
     {
-        const ScopedEqualTolSq tol(0x1p-20);
+        const SquaredToleranceGuard tol(0x1p-20);
         EXPECT_EQ(Elements(CMatrix3x3::Inverse(small)), (V{0x1p20, 0, 0, 0, 1, -4, 0, 0, 1}));
     }
-    const ScopedEqualTolSq tol(0x1p-19);
+    const SquaredToleranceGuard tol(0x1p-19);
     EXPECT_EQ(Elements(CMatrix3x3::Inverse(small)), (V{1, 0, 0, 0, 0x1p-20, -0x1p-18, 0, 0, 0x1p-20}));
 }
 
@@ -131,25 +127,12 @@ TEST(CMatrix4x4, GetInversePivotsBottomUpKeepingTheUpperOfEqualRows) {
     // Column 0 holds -3, 2, 3, 2: row 0 must stay the pivot over row 2, with the rows
     // below in bottom-up order (2, 1, 3); anything else changes the last bits.
     const double in[16] = {-3, 2, 3, 2, 3, 3, 2, -1, -3, 0, 3, 2, 2, 2, -3, 0};
-    const V expected = {-0x1.642c8590b2165p-1,
-                        0x1.0b21642c8590bp-2,
-                        0x1.a6f4de9bd37a8p-1,
-                        0x1.37a6f4de9bd38p-2,
-                        0x1p-1,
-                        0.0,
-                        -0x1p-1,
-                        0.0,
-                        -0x1.0b21642c8590bp-3,
-                        0x1.642c8590b2164p-3,
-                        0x1.bd37a6f4de9bcp-3,
-                        -0x1.0b21642c8590cp-3,
-                        -0x1.b21642c8590b1p-1,
-                        0x1.0b21642c8590bp-3,
-                        0x1.69bd37a6f4de9p+0,
-                        0x1.4de9bd37a6f4ep-1};
     CMatrix4x4 a(in);
     ASSERT_TRUE(a.GetInverse(a));  // in place
-    EXPECT_EQ(V(a.m, a.m + 16), expected);
+    EXPECT_EQ(V(a.m, a.m + 16),
+              (V{-0x1.642c8590b2165p-1, 0x1.0b21642c8590bp-2, 0x1.a6f4de9bd37a8p-1, 0x1.37a6f4de9bd38p-2, 0x1p-1, 0.0,
+                 -0x1p-1, 0.0, -0x1.0b21642c8590bp-3, 0x1.642c8590b2164p-3, 0x1.bd37a6f4de9bcp-3, -0x1.0b21642c8590cp-3,
+                 -0x1.b21642c8590b1p-1, 0x1.0b21642c8590bp-3, 0x1.69bd37a6f4de9p+0, 0x1.4de9bd37a6f4ep-1}));
 }
 
 TEST(CMatrix4x4, GetInverseFailsOnlyOnAnExactlyZeroPivot) {
@@ -177,11 +160,9 @@ TEST(CMatrix4x4, GetInverseFailsOnlyOnAnExactlyZeroPivot) {
     CMatrix4x4 out;
     ASSERT_TRUE(CMatrix4x4(tiny).GetInverse(out));
     EXPECT_EQ(out.m[5], 1.0 / 1e-300);
-    for (double bad : {NAN, INFINITY}) {
-        for (int k = 0; k < 16; ++k) {
-            CMatrix4x4 m(CMatrix3x3::Rotation(0.5));
-            m.m[k] = bad;
-            m.GetInverse(out);
-        }
+    for (int k = 0; k < 32; ++k) {  // NaN, then infinity, in each element
+        CMatrix4x4 m(CMatrix3x3::Rotation(0.5));
+        m.m[k % 16] = k < 16 ? NAN : INFINITY;
+        m.GetInverse(out);
     }
 }

@@ -44,18 +44,11 @@ struct Twin {
 P MakePoint(SplitMix64& rng, double s, const std::vector<P>& earlier) {
     auto axis = [&](int kind) {
         const double corner = 4.0 * s * rng.Int(-2, 2);
-        switch (kind) {
-            case 0:
-                return corner + rng.Uniform(-1.5 * s, 1.5 * s);
-            case 1:
-                return corner + 0.25 * s * rng.Int(-8, 8);
-            case 2: {
-                const double huge[] = {1e300, -1e300, 1.7e308, 4.0 * s * 0x1p62, 1e16, -0x1p53 * s};
-                return huge[rng.Int(0, 5)] + s * rng.Int(-2, 2);
-            }
-            default:
-                return rng.Uniform(-100.0 * s, 100.0 * s);
-        }
+        if (kind == 0) return corner + rng.Uniform(-1.5 * s, 1.5 * s);
+        if (kind == 1) return corner + 0.25 * s * rng.Int(-8, 8);
+        const double huge[] = {1e300, -1e300, 1.7e308, 4.0 * s * 0x1p62, 1e16, -0x1p53 * s};
+        if (kind == 2) return huge[rng.Int(0, 5)] + s * rng.Int(-2, 2);
+        return rng.Uniform(-100.0 * s, 100.0 * s);
     };
     const int kind = rng.Int(0, 19);
     if (kind < 4 && !earlier.empty()) {
@@ -82,57 +75,51 @@ TEST(MeshWelder, WeldsToTheLowestStrictMatchWhereverTheCellBordersFall) {
     // in it meets a cell border of the index in some shift (all values stay exact).
     for (int k = 0; k < 64; ++k) {
         const double o = 0.25 * T * k;
-        CPolygonMesh mesh(0);
-        CMeshWelder w(mesh);
-        EXPECT_EQ(w.InsertPoint(P(o + 4.5 * T, 0, 0)), 1);
-        EXPECT_EQ(w.InsertPoint(P(o + 6.0 * T, 0, 0)), 2);  // 1.5 T from point 1
+        Twin t;
+        EXPECT_EQ(t.welder.InsertPoint(P(o + 4.5 * T, 0, 0)), 1);
+        EXPECT_EQ(t.welder.InsertPoint(P(o + 6.0 * T, 0, 0)), 2);  // 1.5 T from point 1
         // Within reach of both: the earlier point wins.
-        EXPECT_EQ(w.FindPoint(P(o + 5.25 * T, 0, 0)), 1) << k;
-        EXPECT_EQ(w.FindPoint(P(o + 5.0 * T, 0.25 * T, -0.25 * T)), 1) << k;
+        EXPECT_EQ(t.welder.FindPoint(P(o + 5.25 * T, 0, 0)), 1) << k;
+        EXPECT_EQ(t.welder.FindPoint(P(o + 5.0 * T, 0.25 * T, -0.25 * T)), 1) << k;
         // Exactly T from point 1: strict, so only point 2 (0.5 T away) matches.
-        EXPECT_EQ(w.FindPoint(P(o + 5.5 * T, 0, 0)), 2) << k;
-        EXPECT_EQ(w.FindPoint(P(o + 3.5 * T, 0, 0)), 0) << k;
-        EXPECT_EQ(w.FindPoint(P(std::nextafter(o + 3.5 * T, 1.0), 0, 0)), 1) << k;
-        EXPECT_EQ(w.FindPoint(P(o + 6.0 * T, 0, std::nextafter(-T, 0.0))), 2) << k;
+        EXPECT_EQ(t.welder.FindPoint(P(o + 5.5 * T, 0, 0)), 2) << k;
+        EXPECT_EQ(t.welder.FindPoint(P(o + 3.5 * T, 0, 0)), 0) << k;
+        EXPECT_EQ(t.welder.FindPoint(P(std::nextafter(o + 3.5 * T, 1.0), 0, 0)), 1) << k;
+        EXPECT_EQ(t.welder.FindPoint(P(o + 6.0 * T, 0, std::nextafter(-T, 0.0))), 2) << k;
         // Within T on every axis but not in distance.
-        EXPECT_EQ(w.FindPoint(P(o + 4.5 * T, 0.75 * T, 0.75 * T)), 0) << k;
+        EXPECT_EQ(t.welder.FindPoint(P(o + 4.5 * T, 0.75 * T, 0.75 * T)), 0) << k;
     }
-    CPolygonMesh mesh(0);
-    CMeshWelder w(mesh);
-    EXPECT_EQ(w.InsertPoint(P(-0.0, 0, 0)), 1);
-    EXPECT_EQ(w.InsertPoint(P(0.0, -0.75 * T, 0)), 1);
+    Twin t;
+    EXPECT_EQ(t.welder.InsertPoint(P(-0.0, 0, 0)), 1);
+    EXPECT_EQ(t.welder.InsertPoint(P(0.0, -0.75 * T, 0)), 1);
 }
 
 TEST(MeshWelder, DegenerateTolerancesGiveTheScansAnswers) {
     const P a(1, 2, 3);
     for (double tol : {0.0, -0.0, -1.0, NaN, 1e-200}) {  // 1e-200 squared is 0: nothing matches
         ToleranceGuard guard(tol);
-        CPolygonMesh mesh(0);
-        CMeshWelder w(mesh);
-        EXPECT_EQ(w.InsertPoint(a), 1) << tol;
-        EXPECT_EQ(w.InsertPoint(a), 2) << tol;
-        EXPECT_EQ(w.FindPoint(a), 0) << tol;
+        Twin t;
+        EXPECT_EQ(t.welder.InsertPoint(a), 1) << tol;
+        EXPECT_EQ(t.welder.InsertPoint(a), 2) << tol;
+        EXPECT_EQ(t.welder.FindPoint(a), 0) << tol;
     }
     ToleranceGuard guard(Inf);  // every finite point matches while the squared distance stays finite
-    CPolygonMesh mesh(0);
-    CMeshWelder w(mesh);
-    EXPECT_EQ(w.InsertPoint(P(Inf, 0, 0)), 1);
-    EXPECT_EQ(w.InsertPoint(P(0, 0, 0)), 2);
-    EXPECT_EQ(w.InsertPoint(P(1e150, -1e150, 7)), 2);
-    EXPECT_EQ(w.InsertPoint(P(1e200, 0, 0)), 3);
-    EXPECT_EQ(w.FindPoint(P(Inf, 0, 0)), 0);
+    Twin t;
+    EXPECT_EQ(t.welder.InsertPoint(P(Inf, 0, 0)), 1);
+    EXPECT_EQ(t.welder.InsertPoint(P(0, 0, 0)), 2);
+    EXPECT_EQ(t.welder.InsertPoint(P(1e150, -1e150, 7)), 2);
+    EXPECT_EQ(t.welder.InsertPoint(P(1e200, 0, 0)), 3);
+    EXPECT_EQ(t.welder.FindPoint(P(Inf, 0, 0)), 0);
 }
 
 TEST(MeshWelder, ToleranceBoxesThatOverflowFallBackToTheScan) {
     // p + tol overflows to infinity: the index cannot file such a point in a few
     // cells, and must neither loop over the clamped key range nor exhaust memory.
     ToleranceGuard guard(1e308);
-    CPolygonMesh mesh(0), reference(0);
-    CMeshWelder w(mesh);
-    for (const P& p : {P(1e308, 1e308, 1e308), P(1e308, 1e308, 1e308), P(-1e308, 0, 5e307), P(1, 2, 3)}) {
-        EXPECT_EQ(w.InsertPoint(p), reference.InsertPoint(p)) << p;
-    }
-    EXPECT_EQ(mesh.points.size(), reference.points.size());
+    Twin t;
+    for (const P& p : {P(1e308, 1e308, 1e308), P(1e308, 1e308, 1e308), P(-1e308, 0, 5e307), P(1, 2, 3)})
+        EXPECT_EQ(t.welder.InsertPoint(p), t.ref.InsertPoint(p)) << p;
+    EXPECT_EQ(t.mesh.points.size(), t.ref.points.size());
 }
 
 // Seeded random sequences of every operation, compared call by call and pool by
