@@ -286,6 +286,15 @@ TEST(BoxTree, DepthIsBoundedAndDegenerateInputsAreHandled) {
     }
 
     // Only empty and non-finite boxes: no nodes, every box tested directly.
+    // Each box 32 times as long as the last: the surface-area split peels one box a
+    // level for as long as the depth left exceeds what halving the rest needs (the
+    // budget test is strict), so 48 and 49 boxes both end at depth 47.
+    for (int n : {48, 49}) {
+        std::vector<Box> chain;
+        for (int k = 0; k < n; ++k) chain.push_back(Box(P3(0, 0, 0), P3(std::ldexp(1.0, 5 * k), 1, 1)));
+        EXPECT_EQ(CBoxTree(chain.data(), chain.size(), CBoxTree::SurfaceArea, 1).Depth(), 47) << n;
+    }
+
     const std::vector<Box> odd = {Box(), Box(P3(kNaN, 0, 0), P3(1, 1, 1)), Box(P3(0, 0, 0), P3(1, kInf, 1))};
     const CBoxTree oddTree(odd.data(), odd.size());
     EXPECT_EQ(oddTree.NodeCount(), 0u);
@@ -304,6 +313,27 @@ TEST(BoxTree, DepthIsBoundedAndDegenerateInputsAreHandled) {
     CBoxTree refused;
     EXPECT_FALSE(refused.Build(nullptr, 3));
     EXPECT_EQ(refused.Size(), 0u);
+    EXPECT_TRUE(refused.Build(nullptr, 0));  // null is refused only with n > 0
+
+    // Finite rays whose parameters leave the double range still get the box test's
+    // answer. Entered at t = inf (the distance overflows), two boxes come in index
+    // order across passes: a node's upper bound equal to the last t is inclusive.
+    const double big = 0x1p1023;
+    const std::vector<Box> far(2, Box(P3(0, big, 0), P3(1, 1.5 * big, 1)));
+    const CBoxTree farTree(far.data(), far.size());
+    const CRay3d up(P3(0.5, -1.5 * big, 0.5), CUnitVector3d::FromComponents(0, 1, 0));
+    ASSERT_EQ(BruteRay(far, up).size(), 2u);
+    EXPECT_TRUE(SameHits(TreeRay(farTree, up), BruteRay(far, up)));
+    // A direction of length 2^1023 (taken as given): the box just behind the origin
+    // is entered at t = -0, and the node's exit parameter -0 is not behind it.
+    const Box behind(P3(-0x1p-70, 0, 0), P3(0, 1, 1));
+    const CBoxTree behindTree(&behind, 1);
+    const CRay3d longRay(P3(0x1p-60, 0.5, 0.5), CUnitVector3d::FromComponents(big, 0, 0));
+    ASSERT_EQ(BruteRay({behind}, longRay).size(), 1u);
+    EXPECT_TRUE(SameHits(TreeRay(behindTree, longRay), BruteRay({behind}, longRay)));
+    std::vector<CBoxTree::RayHit> collected;
+    behindTree.CollectRay(longRay, collected);
+    EXPECT_TRUE(SameHits(collected, BruteRay({behind}, longRay)));
 }
 
 TEST(BoxTree, NodesNestAndPartitionTheBoxes) {
@@ -357,6 +387,15 @@ TEST(BoxTree, NodesNestAndPartitionTheBoxes) {
             for (int count : seen) ASSERT_EQ(count, 1);
         }
     }
+
+    // Ties in the build are broken the same way every time. Three unit boxes in a
+    // row cost the same split as 1 + 2 or 2 + 1: the first split found wins.
+    const Box row[] = {Box(P3(0, 0, 0), P3(1, 1, 1)), Box(P3(2, 0, 0), P3(3, 1, 1)), Box(P3(4, 0, 0), P3(5, 1, 1))};
+    EXPECT_EQ(CBoxTree(row, 3, CBoxTree::SurfaceArea, 1).Nodes()[1].count, 1);
+    // Centres spread equally on x and y: the median split halves along x.
+    const Box square[] = {Box(P3(0, 0, 0), P3(1, 1, 1)), Box(P3(1, 3, 0), P3(2, 4, 1)), Box(P3(2, 1, 0), P3(3, 2, 1)),
+                          Box(P3(3, 2, 0), P3(4, 3, 1))};
+    EXPECT_EQ(CBoxTree(square, 4, CBoxTree::Median, 1).Nodes()[1].box.x.max, 2.0);
 }
 
 TEST(BoxTree, StoppingTheFilterWalkAndConcurrentQueries) {
