@@ -285,7 +285,6 @@ TEST(BoxTree, DepthIsBoundedAndDegenerateInputsAreHandled) {
         }
     }
 
-    // Only empty and non-finite boxes: no nodes, every box tested directly.
     // Each box 32 times as long as the last: the surface-area split peels one box a
     // level for as long as the depth left exceeds what halving the rest needs (the
     // budget test is strict), so 48 and 49 boxes both end at depth 47.
@@ -295,6 +294,7 @@ TEST(BoxTree, DepthIsBoundedAndDegenerateInputsAreHandled) {
         EXPECT_EQ(CBoxTree(chain.data(), chain.size(), CBoxTree::SurfaceArea, 1).Depth(), 47) << n;
     }
 
+    // Only empty and non-finite boxes: no nodes, every box tested directly.
     const std::vector<Box> odd = {Box(), Box(P3(kNaN, 0, 0), P3(1, 1, 1)), Box(P3(0, 0, 0), P3(1, kInf, 1))};
     const CBoxTree oddTree(odd.data(), odd.size());
     EXPECT_EQ(oddTree.NodeCount(), 0u);
