@@ -133,8 +133,8 @@ TEST(Circle3d, EvalWrapsLargeAnglesExactlyAsTurnByTurn) {
         EXPECT_EQ(got.z, want.z) << std::hexfloat << t;
     };
     for (double t : {1e6 + 1, 1e7, -1e7, -1e6 - 1, 123456789.125, -987654321.5, 12.0, -12.0}) expect(t);
-    // Both sides of every binade edge from 8 to 2^30, where the rounded step
-    // changes; 8 to 16 is the binade where 2pi falls exactly halfway between two
+    // Both sides of every binade edge from 8 to 2^24, where the rounded step
+    // changes; 64 to 128 is the binade where 2pi falls exactly halfway between two
     // multiples of the unit, so the step depends on whether t is an odd multiple.
     for (int e = 3; e <= 24; ++e) {
         const double edge = std::ldexp(1.0, e);
