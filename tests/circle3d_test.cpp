@@ -81,6 +81,17 @@ TEST(Circle3d, ColinearAndCoincidentPointsGiveAHugeNearlyStraightCircle) {
     EXPECT_EQ(Gap(point.center, {1, 2, 3}), 0.0);
     EXPECT_EQ(point.plane.b, 1.0);
     EXPECT_FALSE(point.IsValidObj());
+    // A zero frame has no handedness to restore: moving the point keeps its plane.
+    CCircle3d moved = point;
+    moved *= CTransformation::Translate(CVector3d(1, 0, 0));
+    EXPECT_EQ(moved.plane.b, 1.0);
+    // Two equally long longest chords: the later pair wins (the tests are strict).
+    auto off = [](const CCircle3d& c, const P& p) { return std::fabs(Gap(c.center, p) - c.radius); };
+    CCircle3d tie;
+    tie.BuildFakeCircle(P(0, 0, 0), P(4, 1, 0), P(4, -1, 0));  // p1-p2 or p1-p3: p1-p3
+    EXPECT_LT(off(tie, P(4, -1, 0)), 1e-5);
+    tie.BuildFakeCircle(P(4, 1, 0), P(4, -1, 0), P(0, 0, 0));  // p1-p3 or p2-p3: p2-p3
+    EXPECT_LT(Gap(tie.Eval(0), P(4, -1, 0)), 1e-5);
     // The middle point not between: the plane turns over, the end angle is the rest of the turn.
     const CArc3d arc(P(0, 0, 0), P(3, 0, 0), P(1, 0, 0));
     EXPECT_EQ(arc.plane.c, -1.0);
@@ -122,8 +133,8 @@ TEST(Circle3d, EvalWrapsLargeAnglesExactlyAsTurnByTurn) {
         EXPECT_EQ(got.z, want.z) << std::hexfloat << t;
     };
     for (double t : {1e6 + 1, 1e7, -1e7, -1e6 - 1, 123456789.125, -987654321.5, 12.0, -12.0}) expect(t);
-    // Both sides of every binade edge from 8 to 2^30, where the rounded step
-    // changes; 8 to 16 is the binade where 2pi falls exactly halfway between two
+    // Both sides of every binade edge from 8 to 2^24, where the rounded step
+    // changes; 64 to 128 is the binade where 2pi falls exactly halfway between two
     // multiples of the unit, so the step depends on whether t is an odd multiple.
     for (int e = 3; e <= 24; ++e) {
         const double edge = std::ldexp(1.0, e);
@@ -185,6 +196,22 @@ TEST(Circle3d, ParameterAndProjectionOfCirclesAndEllipses) {
         EXPECT_NEAR(e.ParameterOfClosestPoint(P(2 * std::cos(t), std::sin(t), 0)), t, 1e-12);
     const P q = e.Project(P(3, 3, 0));
     EXPECT_NEAR(q.x * q.x / 4 + q.y * q.y, 1.0, 1e-12);
+    // A flat ellipse, |(xAxis x yAxis) . normal| = 2^-10: its frame is degenerate
+    // only strictly below the squared tolerance, so it still projects as an ellipse
+    // and is valid, both above the squared tolerance and exactly at it.
+    CCircle3d flat = UnitCircle();
+    flat *= CTransformation::Scale(1, 1.0 / 1024, 1);
+    auto onFlat = [&] {
+        const P f = flat.Project(P(1, 1, 0));
+        return f.x * f.x + f.y * f.y * 1024 * 1024;
+    };
+    EXPECT_NEAR(onFlat(), 1.0, 1e-12);
+    EXPECT_TRUE(flat.IsValidObj());
+    {
+        plenar_test::SquaredToleranceGuard guard(1.0 / 1024);
+        EXPECT_NEAR(onFlat(), 1.0, 1e-12);
+        EXPECT_TRUE(flat.IsValidObj());
+    }
 
     // Sheared (oblique axes), rotated and moved: still round-trips through Eval.
     const double shear[16] = {1.5, 0, 0, 0, 0.8, 0.6, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
@@ -204,6 +231,25 @@ TEST(Circle3d, MirrorRadiusComparisonAndValidity) {
     EXPECT_EQ(m.plane.c, -1.0);
     EXPECT_TRUE(m.IsTrueCircle());
     EXPECT_EQ(m, UnitCircle());  // planes compared either way
+    // Centres and planes are compared within EqualTol: 2^-12 apart is the same circle.
+    EXPECT_EQ(CCircle3d(P(1.0 / 4096, 0, 0), CVector3d(1, 0, 0), kZ), UnitCircle());
+    EXPECT_EQ(CCircle3d(P(0, 0, 0), CVector3d(1, 0, 0), CUnitVector3d(1.0 / 4096, 0, 1)), UnitCircle());
+    // Axis lengths and the cosine between the axes are judged strictly against EqualTol.
+    const struct {
+        double tol;
+        CVector3d x, y;
+        bool round;
+    } frames[] = {{0.001, {1, 0, 0}, {0, 1 + 1.0 / 2048, 0}, true},        // lengths 2^-11 apart
+                  {0.001, {1, 0, 0}, {1.0 / 4096, 1, 0}, true},            // cosine about 2^-12
+                  {1.0 / 1024, {1, 0, 0}, {0, 1 + 1.0 / 1024, 0}, false},  // lengths exactly the tolerance apart
+                  {0.6, {5, 0, 0}, {3, 4, 0}, false}};                     // cosine 3/5, exactly the tolerance
+    for (const auto& f : frames) {
+        plenar_test::ToleranceGuard guard(f.tol);
+        CCircle3d c = UnitCircle();
+        c.xAxis = f.x;
+        c.yAxis = f.y;
+        EXPECT_EQ(c.IsTrueCircle(), f.round) << f.y;
+    }
     EXPECT_NEAR(m.ParameterOfClosestPoint(P(0, 1, 0)), kPi / 2, 1e-15);
 
     CCircle3d c = UnitCircle();
