@@ -80,6 +80,11 @@ TEST(AffineTransform, InvertUsesTheSquaredToleranceAsSingularityThreshold) {
     EXPECT_FALSE(below.Invert());
     ExpectFields(below, 1e-6f, 0, 0, 1, 2, 2);
     EXPECT_TRUE(AffineTransform(std::nextafter(1e-6f, 1.0f), 0, 0, 1, 2, 2).IsValid());
+    {
+        // A determinant exactly at the squared tolerance is not singular (strict).
+        SquaredToleranceGuard sq(0x1p-4);
+        EXPECT_TRUE(AffineTransform::Scale(0.25f, 0.25f).IsValid());
+    }
 
     // Below EqualTol but above its square is fine; EqualTolSq ignores later EqualTol changes.
     ToleranceGuard tol(0.5);

@@ -221,13 +221,32 @@ TEST(Bezier3d, DrawCoarsensTheWholeCurveWhenHalvingCannotFinish) {
     EXPECT_EQ(Flat({drawn.last}), Flat({far.p3}));
 }
 
-TEST(Bezier3d, DrawCoarsensAHugeCurveEvenly) {
+namespace {
+
+// Under AddressSanitizer the tests that count tens of millions of pieces run only
+// when PLENAR_SLOW_TESTS is set: seconds in a release build, beyond the timeout there.
+bool SlowTestsSkipped() {
 #if defined(__SANITIZE_ADDRESS__)
-    // Mutation runs of the curve drawing ask for it (PLENAR_SLOW_TESTS): the only
-    // test that reaches the whole-curve coarsening of a huge curve.
-    if (std::getenv("PLENAR_SLOW_TESTS") == nullptr)
-        GTEST_SKIP() << "counts tens of millions of pieces: seconds in a release build, beyond the timeout here";
+    return std::getenv("PLENAR_SLOW_TESTS") == nullptr;
+#else
+    return false;
 #endif
+}
+
+}  // namespace
+
+TEST(Bezier3d, DrawSendsAFlatteningOfExactlyTheVertexBudget) {
+    if (SlowTestsSkipped()) GTEST_SKIP() << "counts 2^25 pieces twice";
+    // The arch of the four-million-piece flattening at a 64th of its tolerance:
+    // 2^25 pieces, exactly the budget, which is inclusive: plain halving draws them
+    // all.
+    const CBezier3d arch(P(0, 0, 0), P(0, 1e4, 0), P(1e4, 1e4, 0), P(1e4, 0, 0));
+    EXPECT_EQ(Summarise(arch, 1e-9 / 64).count, std::size_t{1} << 25);
+}
+
+TEST(Bezier3d, DrawCoarsensAHugeCurveEvenly) {
+    // The only test that reaches the whole-curve coarsening of a huge curve.
+    if (SlowTestsSkipped()) GTEST_SKIP() << "counts tens of millions of pieces";
     // Finite, 1e30 units across at tol 0.001: halving would need some 10^16
     // pieces. The curve is drawn evenly at one coarser tolerance: between a quarter
     // of the budget and the budget, every chord within a small factor of the others,
@@ -238,4 +257,13 @@ TEST(Bezier3d, DrawCoarsensAHugeCurveEvenly) {
     EXPECT_LE(coarse.count, std::size_t{1} << 25);
     EXPECT_LT(coarse.longest, 4.0 * 1.6e30 / static_cast<double>(coarse.count));
     EXPECT_EQ(Flat({coarse.last}), Flat({huge.p3}));
+
+    // Coarsening starts from the first tol * 4^j at or above the rounding floor,
+    // 2^-44 of the largest coordinate (pins the inclusive boundary): here
+    // tol * 4^33 is the floor itself. Its 4.2 million pieces predict twice that one
+    // step finer, past a quarter of the budget, so the curve is drawn at the floor.
+    const CBezier3d narrow(P(0, 0, 0), P(0, 1e30, 0), P(2.49996e29, 1e30, 0), P(2.49996e29, 0, 0));
+    const Summary floor = Summarise(narrow, std::ldexp(1e30, -44 - 66));
+    EXPECT_GT(floor.count, std::size_t{1} << 22);
+    EXPECT_LT(floor.count, std::size_t{1} << 23);
 }

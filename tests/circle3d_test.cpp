@@ -97,6 +97,8 @@ TEST(Circle3d, ColinearAndCoincidentPointsGiveAHugeNearlyStraightCircle) {
     EXPECT_EQ(arc.plane.c, -1.0);
     EXPECT_TRUE(arc.yAxis.x > 0.0);
     EXPECT_NEAR(arc.endAngle, kTwoPi - 1e-9, 1e-15);
+    // The middle point on the end point is not beyond it (strict): the plane stays.
+    EXPECT_EQ(CArc3d(P(0, 0, 0), P(1, 0, 0), P(1, 0, 0)).plane.c, 1.0);
 }
 
 TEST(Circle3d, EvalWrapsWholeTurnsOnlyBeyondTheSquaredTolerance) {
