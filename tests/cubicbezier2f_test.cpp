@@ -194,6 +194,35 @@ TEST(CubicBezier2f, ControlHullOrdersAndDropsPoints) {
     const Bez dot(P(1, 1), P(1, 1), P(1, 1), P(1, 1.0625f));
     EXPECT_TRUE(in(dot, 1, 1.140625f, 0.125f));
     EXPECT_FALSE(in(dot, 1, 1.25f, 0.125f));
+
+    // Boundaries of the edge test on the square, tol = 1/4: a point exactly tol
+    // off an edge passes (strict), one exactly tol before an edge's start or
+    // past its end fails (inclusive).
+    const Bez sq(P(0, 0), P(4, 0), P(4, 4), P(0, 4));
+    EXPECT_TRUE(in(sq, 2, -0.25f, 0.25f));
+    EXPECT_FALSE(in(sq, -0.25f, -0.125f, 0.25f));
+    EXPECT_FALSE(in(sq, 4.25f, -0.125f, 0.25f));
+    // An edge exactly tol long is ignored (inclusive): the two edges of length
+    // 1/8 leave no edge, and the hull is the mean (0, 1/32), farther than tol
+    // from this point, which lies within tol of both of those edges.
+    const Bez stub(P(0, 0), P(0, 0), P(0, 0), P(0, 0.125f));
+    EXPECT_FALSE(in(stub, 0, -0.1171875f, 0.125f));
+    {
+        // A point counts as beyond an edge while the dot product of the centroid's
+        // and the point's offsets from the edge is at most EqualTol (inclusive):
+        // (1, 1/2) is 1/2 inside the bottom edge and the centroid 2, so the
+        // product is exactly EqualTol = 1 and the point, farther than tol from
+        // the edge, is not in the hull.
+        plenar_test::ToleranceGuard guard(1.0);
+        EXPECT_FALSE(in(sq, 1, 0.5f, 0.25f));
+    }
+    // p0, p1 and p3 lie on one line as far as float can tell (the cross product
+    // of p1 - p0 and p3 - p0 rounds to zero), yet no control point is dropped.
+    // The diagonal test is strict, so p0-p1 does not separate p2 and p3 and the
+    // order stays p0, p1, p2, p3; this point then lies inside.
+    const Bez flatSide(P(0x1.c46aa8p-1f, 0x1.b70e08p-2f), P(0x1.1fe8ep+0f, 0x1.5e1df4p+0f),
+                       P(0x1.b69934p+1f, -0x1.08fa74p+2f), P(0x1.4c3826p+0f, 0x1.055c7p+1f));
+    EXPECT_TRUE(in(flatSide, 0x1.55a15p+1f, -0x1.a7ad4ap+1f, 0.01f));
 }
 
 TEST(CubicBezier2f, ParameterOfPointOnCurveWithStrictBoundaries) {
@@ -361,6 +390,18 @@ TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsOfAnyLength) {
     ASSERT_EQ(pts.size(), 4u);
     EXPECT_TRUE(plenar_test::NearXy(pts[0], P(1, 0), 1e-5));
     EXPECT_TRUE(plenar_test::NearXy(pts[3], P(3, 2), 1e-5));
+    // The inner points collapse onto the chord only when the sine of the half
+    // piece angle is below EqualTol (strict): at a sine of exactly EqualTol they
+    // stay apart; at 5e-4, below the default EqualTol, they coincide.
+    {
+        plenar_test::ToleranceGuard guard(static_cast<double>(std::sin(0.25f)));
+        Bez::ApproximateArc(P(0, 0), 1, 0, 0.5f, pts);
+        ASSERT_EQ(pts.size(), 4u);
+        EXPECT_NE(pts[1], pts[2]);
+    }
+    Bez::ApproximateArc(P(0, 0), 1, 0, 1e-3f, pts);
+    ASSERT_EQ(pts.size(), 4u);
+    EXPECT_EQ(pts[1], pts[2]);
     // A sweep of any length gets all its pieces, every one ending on the circle.
     Bez::ApproximateArc(center, 1, 0, 1.65e6f, pts);
     EXPECT_EQ(pts.size(), 3150919u);
