@@ -618,6 +618,24 @@ TEST(CubicBezier2f, RecursionsRunToTheEndOnFiniteInput) {
         float on = -1;
         EXPECT_TRUE(huge.ParameterOfPointOnCurve(pts[i], 2e12f, on)) << i;
     }
+
+    {
+        // The duplicate scans of a pass may compare against 2^30 stored hits in
+        // all, inclusively. This curve against itself at EqualTol 2^-30 makes
+        // 1024 hits and charges each of its hits twice against the stored ones;
+        // with 2^19 stored (the 1024 first, so that every hit found again is a
+        // duplicate) the pass charges exactly 2^30 and keeps its answer, where a
+        // pass over budget starts over at the float resolution and adds new hits.
+        plenar_test::ToleranceGuard guard(0x1p-30);
+        const float s = 0x1p-12f;
+        const Bez small(P(1, 1), P(1, 0x1.001edp+0f), P(1 + s, 1 + s), P(1 + s, 1));
+        CurveIntersections2f hits;
+        ASSERT_TRUE(small.IntersectWithBezier(small, kUnit, kUnit, hits));
+        ASSERT_EQ(hits.points.size(), 1024u);
+        hits.points.resize(std::size_t(1) << 19, IntersectionPoint2f(P(-100, -100), 7, 7));
+        EXPECT_TRUE(small.IntersectWithBezier(small, kUnit, kUnit, hits));
+        EXPECT_EQ(hits.points.size(), std::size_t(1) << 19);
+    }
 }
 
 // Tolerances that no piece can meet, and non-finite curves, return at once.
