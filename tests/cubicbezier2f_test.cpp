@@ -100,6 +100,10 @@ TEST(CubicBezier2f, EvaluateClampsOnlyAboveAndNudgesAZeroTangentInward) {
     EXPECT_FALSE(Bez(P(0, 0), P(0.002f, 0), P(4, 4), P(8, 0)).Evaluate(0.0f, p, tan));
     EXPECT_FLOAT_EQ(tan.x, 0.006f);
     EXPECT_TRUE(Bez(P(0, 0), P(0.0005f, 0), P(4, 4), P(8, 0)).Evaluate(0.0f, p, tan));
+    // A cusp exactly at t = 0.5 takes the tangent a step before it (the middle
+    // counts as the second half), which here points up.
+    EXPECT_TRUE(Bez(P(0, 0), P(4, 4), P(0, 4), P(4, 0)).Evaluate(0.5f, p, tan));
+    EXPECT_GT(tan.y, 0.0f);
 }
 
 TEST(CubicBezier2f, SplitIsExactDeCasteljau) {
@@ -156,6 +160,18 @@ TEST(CubicBezier2f, BoundsAreTheEndRectOrTighterThanTheControlBounds) {
     }
     EXPECT_NEAR(b.x, lo, 2e-3f);
     EXPECT_NEAR(b.x + b.width, hi, 2e-3f);
+
+    // A piece doubling back along the x axis, control bounds [-1/4, 3/4]: it is
+    // bisected while the squared diagonal is at least EqualTolSq (inclusive), so
+    // its bounds come out tighter than the control bounds.
+    const Bez back(P(0, 0), P(-0.25f, 0), P(0.75f, 0), P(0.5f, 0));
+    {
+        plenar_test::SquaredToleranceGuard guard(1.0);  // exactly the squared diagonal
+        EXPECT_GT(back.Bounds().x, -0.25f);
+    }
+    // At 1/64 of the size the squared diagonal (2.4e-4) is far above EqualTolSq.
+    const Bez small(P(0, 0), P(-0.25f / 64, 0), P(0.75f / 64, 0), P(0.5f / 64, 0));
+    EXPECT_GT(small.Bounds().x, -0.25f / 64);
 }
 
 TEST(CubicBezier2f, ControlHullOrdersAndDropsPoints) {
@@ -178,6 +194,35 @@ TEST(CubicBezier2f, ControlHullOrdersAndDropsPoints) {
     const Bez dot(P(1, 1), P(1, 1), P(1, 1), P(1, 1.0625f));
     EXPECT_TRUE(in(dot, 1, 1.140625f, 0.125f));
     EXPECT_FALSE(in(dot, 1, 1.25f, 0.125f));
+
+    // Boundaries of the edge test on the square, tol = 1/4: a point exactly tol
+    // off an edge passes (strict), one exactly tol before an edge's start or
+    // past its end fails (inclusive).
+    const Bez sq(P(0, 0), P(4, 0), P(4, 4), P(0, 4));
+    EXPECT_TRUE(in(sq, 2, -0.25f, 0.25f));
+    EXPECT_FALSE(in(sq, -0.25f, -0.125f, 0.25f));
+    EXPECT_FALSE(in(sq, 4.25f, -0.125f, 0.25f));
+    // An edge exactly tol long is ignored (inclusive): the two edges of length
+    // 1/8 leave no edge, and the hull is the mean (0, 1/32), farther than tol
+    // from this point, which lies within tol of both of those edges.
+    const Bez stub(P(0, 0), P(0, 0), P(0, 0), P(0, 0.125f));
+    EXPECT_FALSE(in(stub, 0, -0.1171875f, 0.125f));
+    {
+        // A point counts as beyond an edge while the dot product of the centroid's
+        // and the point's offsets from the edge is at most EqualTol (inclusive):
+        // (1, 1/2) is 1/2 inside the bottom edge and the centroid 2, so the
+        // product is exactly EqualTol = 1 and the point, farther than tol from
+        // the edge, is not in the hull.
+        plenar_test::ToleranceGuard guard(1.0);
+        EXPECT_FALSE(in(sq, 1, 0.5f, 0.25f));
+    }
+    // p0, p1 and p3 lie on one line as far as float can tell (the cross product
+    // of p1 - p0 and p3 - p0 rounds to zero), yet no control point is dropped.
+    // The diagonal test is strict, so p0-p1 does not separate p2 and p3 and the
+    // order stays p0, p1, p2, p3; this point then lies inside.
+    const Bez flatSide(P(0x1.c46aa8p-1f, 0x1.b70e08p-2f), P(0x1.1fe8ep+0f, 0x1.5e1df4p+0f),
+                       P(0x1.b69934p+1f, -0x1.08fa74p+2f), P(0x1.4c3826p+0f, 0x1.055c7p+1f));
+    EXPECT_TRUE(in(flatSide, 0x1.55a15p+1f, -0x1.a7ad4ap+1f, 0.01f));
 }
 
 TEST(CubicBezier2f, ParameterOfPointOnCurveWithStrictBoundaries) {
@@ -231,6 +276,29 @@ TEST(CubicBezier2f, ParameterOfPointOnCurveWithStrictBoundaries) {
     ASSERT_EQ(edge.ControlPointBounds().DiagonalSquared(), tol * tol);
     EXPECT_TRUE(edge.ParameterOfPointOnCurve(edge.p0, tol, t));
     EXPECT_EQ(t, 0.25f);
+
+    // A flat piece takes the point strictly within tol of its chord.
+    const Bez four(P(0, 0), P(4, 0));
+    EXPECT_FALSE(four.ParameterOfPointOnCurve(P(2, 0.5f), 0.5f, t));
+    EXPECT_TRUE(four.ParameterOfPointOnCurve(P(2, 0.25f), 0.5f, t));
+
+    // The refined parameter may lie up to EqualTol outside [0, 1], inclusively.
+    // On x(t) = 3t a point 0.75 before the start refines to exactly -1/4; one
+    // 3/16 past the end steps 1/16 further in each of the ten refinement steps
+    // (Evaluate clamps its own t), to exactly 1 + 10/16.
+    const Bez three(P(0, 0), P(3, 0));
+    {
+        plenar_test::ToleranceGuard guard(0.25);
+        t = -7.0f;
+        EXPECT_TRUE(three.ParameterOfPointOnCurve(P(-0.75f, 0), 1.0f, t));
+        EXPECT_EQ(t, -0.25f);
+    }
+    {
+        plenar_test::ToleranceGuard guard(0.625);
+        t = -7.0f;
+        EXPECT_TRUE(three.ParameterOfPointOnCurve(P(3.1875f, 0), 0.25f, t));
+        EXPECT_EQ(t, 1.625f);
+    }
 }
 
 TEST(CubicBezier2f, RectangleContactAndContainment) {
@@ -242,6 +310,14 @@ TEST(CubicBezier2f, RectangleContactAndContainment) {
     EXPECT_TRUE(Bez(P(0, 0), P(2, 2)).IsInside(CRect2f(0, 0, 2, 2)));
     EXPECT_FALSE(kArch.IsInside(CRect2f(-0.5f, -0.5f, 5, 3.4f)));
     EXPECT_FALSE(kArch.IsInside(CRect2f(0.5f, -0.5f, 5, 5)));
+
+    // A piece flat within EqualTol stands for its chord: this one peaks at
+    // y = 3/8 but is flat within 1/2, so its chord along y = 0 misses the rectangle.
+    const Bez low(P(0, 0), P(1, 0.5f), P(3, 0.5f), P(4, 0));
+    const CRect2f above(1, 0.25f, 2, 1);
+    EXPECT_TRUE(low.Intersects(above));
+    plenar_test::ToleranceGuard guard(0.5);
+    EXPECT_FALSE(low.Intersects(above));
 }
 
 TEST(CubicBezier2f, PolylineNeverEmitsTheSeedOrDuplicatesAJoint) {
@@ -314,6 +390,18 @@ TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsOfAnyLength) {
     ASSERT_EQ(pts.size(), 4u);
     EXPECT_TRUE(plenar_test::NearXy(pts[0], P(1, 0), 1e-5));
     EXPECT_TRUE(plenar_test::NearXy(pts[3], P(3, 2), 1e-5));
+    // The inner points collapse onto the chord only when the sine of the half
+    // piece angle is below EqualTol (strict): at a sine of exactly EqualTol they
+    // stay apart; at 5e-4, below the default EqualTol, they coincide.
+    {
+        plenar_test::ToleranceGuard guard(static_cast<double>(std::sin(0.25f)));
+        Bez::ApproximateArc(P(0, 0), 1, 0, 0.5f, pts);
+        ASSERT_EQ(pts.size(), 4u);
+        EXPECT_NE(pts[1], pts[2]);
+    }
+    Bez::ApproximateArc(P(0, 0), 1, 0, 1e-3f, pts);
+    ASSERT_EQ(pts.size(), 4u);
+    EXPECT_EQ(pts[1], pts[2]);
     // A sweep of any length gets all its pieces, every one ending on the circle.
     Bez::ApproximateArc(center, 1, 0, 1.65e6f, pts);
     EXPECT_EQ(pts.size(), 3150919u);
@@ -351,6 +439,17 @@ TEST(CubicBezier2f, LineHitsAreFoundOnceInCurveOrder) {
     CurveIntersections2f none;
     EXPECT_FALSE(kArch.IntersectWithLine(P(0, 3.5f), P(4, 3.5f), kUnit, kUnit, none));
     EXPECT_TRUE(none.points.empty());
+
+    // A piece doubling back along the x axis with a diagonal of exactly the
+    // intersection tolerance (EqualTol / 2 = 1) is still bisected: its halves
+    // give the hits (t1 = 1/4 and 3/4), not its middle (t1 = 1/2).
+    plenar_test::ToleranceGuard guard(2.0);
+    const Bez back(P(0, 0), P(-0.25f, 0), P(0.75f, 0), P(0.5f, 0));
+    CurveIntersections2f halves;
+    EXPECT_TRUE(back.IntersectWithLine(P(0.25f, -1), P(0.25f, 1), kUnit, kUnit, halves));
+    ASSERT_EQ(halves.points.size(), 2u);
+    EXPECT_EQ(halves.points[0].t1, 0.25f);
+    EXPECT_EQ(halves.points[1].t1, 0.75f);
 }
 
 TEST(CubicBezier2f, CurveHitsKeepEachCurvesParameter) {
@@ -390,6 +489,28 @@ TEST(CubicBezier2f, CurveHitsKeepEachCurvesParameter) {
     EXPECT_EQ(atCenter, 1);
     CurveIntersections2f apart;
     EXPECT_FALSE(kArch.IntersectWithBezier(Bez(P(0, 5), P(1, 6), P(3, 6), P(4, 5)), kUnit, kUnit, apart));
+
+    {
+        // Pieces doubling back along the axes, the first with a diagonal of exactly
+        // the intersection tolerance (EqualTol / 2 = 1): it is still bisected, so
+        // the hits come from its halves (t1 = 1/4, 3/4), not its middle.
+        plenar_test::ToleranceGuard guard(2.0);
+        const Bez back(P(0, 0), P(-0.25f, 0), P(0.75f, 0), P(0.5f, 0));
+        const Bez up(P(0.25f, -0.5f), P(0.25f, -1), P(0.25f, 1), P(0.25f, 0.5f));
+        CurveIntersections2f hits;
+        EXPECT_TRUE(back.IntersectWithBezier(up, kUnit, kUnit, hits));
+        for (const IntersectionPoint2f& ip : hits.points) EXPECT_NE(ip.t1, 0.5f) << ip.t2;
+    }
+    // A tiny piece (diagonal under tol = 1/2) stands for its middle (2, 2.5),
+    // which lies exactly tol below the arch's peak: a hit, inclusively.
+    plenar_test::ToleranceGuard guard(1.0);
+    const float e = 1.0f / 16;
+    const Bez tiny(P(2 + e, 2.5f), P(2 - 2 * e, 2.5f), P(2 + 2 * e, 2.5f), P(2 - e, 2.5f));
+    CurveIntersections2f touch;
+    EXPECT_TRUE(tiny.IntersectWithBezier(kArch, kUnit, kUnit, touch));
+    ASSERT_EQ(touch.points.size(), 1u);
+    EXPECT_EQ(touch.points[0].point, P(2, 2.5f));
+    EXPECT_EQ(touch.points[0].t1, 0.5f);
 }
 
 TEST(CubicBezier2f, RecursionsReturnOnDegenerateInput) {
@@ -496,6 +617,24 @@ TEST(CubicBezier2f, RecursionsRunToTheEndOnFiniteInput) {
     for (std::size_t i = 0; i < pts.size(); i += 97) {
         float on = -1;
         EXPECT_TRUE(huge.ParameterOfPointOnCurve(pts[i], 2e12f, on)) << i;
+    }
+
+    {
+        // The duplicate scans of a pass may compare against 2^30 stored hits in
+        // all, inclusively. This curve against itself at EqualTol 2^-30 makes
+        // 1024 hits and charges each of its hits twice against the stored ones;
+        // with 2^19 stored (the 1024 first, so that every hit found again is a
+        // duplicate) the pass charges exactly 2^30 and keeps its answer, where a
+        // pass over budget starts over at the float resolution and adds new hits.
+        plenar_test::ToleranceGuard guard(0x1p-30);
+        const float s = 0x1p-12f;
+        const Bez small(P(1, 1), P(1, 0x1.001edp+0f), P(1 + s, 1 + s), P(1 + s, 1));
+        CurveIntersections2f hits;
+        ASSERT_TRUE(small.IntersectWithBezier(small, kUnit, kUnit, hits));
+        ASSERT_EQ(hits.points.size(), 1024u);
+        hits.points.resize(std::size_t(1) << 19, IntersectionPoint2f(P(-100, -100), 7, 7));
+        EXPECT_TRUE(small.IntersectWithBezier(small, kUnit, kUnit, hits));
+        EXPECT_EQ(hits.points.size(), std::size_t(1) << 19);
     }
 }
 
