@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/random.h"
+#include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
 using namespace plenar_test;
@@ -102,8 +103,34 @@ TEST(Ellipse2f, ClosestPointParameter) {
     EXPECT_EQ(circle.ParameterOfClosestPoint(circle.center), 0.0f);
     // A circle needs no correction: the polar angle is returned as it is.
     EXPECT_EQ(circle.ParameterOfClosestPoint(CPoint2f(4, 5)), std::atan2(4.0f, 3.0f));
-    EXPECT_EQ(circle.ParameterOfClosestPoint(CPoint2f(1, 1.0009f)), 0.0f);  // within EqualTol of the centre
-    EXPECT_NEAR(circle.ParameterOfClosestPoint(CPoint2f(1, 1.002f)), kPi / 2, 1e-6f);
+    // Also far away, where a correction of the rounding noise (about 1e-6) would be
+    // amplified by the distance and wander off: steps below EqualTol are not taken.
+    EXPECT_NEAR(circle.ParameterOfClosestPoint(CPoint2f(-15, -11)), std::atan2(-12.0f, -16.0f), 1e-6f);
+    {
+        const ToleranceGuard tol(0x1p-10);
+        // Within EqualTol of the centre in both coordinates: 0. Exactly EqualTol away in
+        // either coordinate is not within (strict): the polar angle.
+        EXPECT_EQ(circle.ParameterOfClosestPoint(CPoint2f(1 - 0x1p-11f, 1 + 0x1p-11f)), 0.0f);
+        EXPECT_EQ(circle.ParameterOfClosestPoint(CPoint2f(1 - 0x1p-10f, 1)), std::atan2(0.0f, -1.0f));
+        EXPECT_EQ(circle.ParameterOfClosestPoint(CPoint2f(1, 1 + 0x1p-10f)), std::atan2(1.0f, 0.0f));
+        // The first correction is exactly -EqualTol, not below it (strict): it is taken;
+        // the second is below and is not.
+        const CEllipse2f nearCircle(CPoint2f(0, 0), 1, 1.00390625f, 0);
+        const CPoint2f p(0.953125f, 0x1.025cdap-2f);
+        EXPECT_NEAR(nearCircle.ParameterOfClosestPoint(p), std::atan2(p.y, p.x) - 0x1p-10f, 1e-6f);
+    }
+    {
+        // A tiny ellipse whose squared speed at the polar angle of p is exactly 1e-10f:
+        // not below that threshold (strict), so Newton runs and ends at a foot of a normal.
+        const ToleranceGuard tol(0x1p-20);
+        const CEllipse2f tiny(CPoint2f(0, 0), 1.25e-5f, 0.75e-5f, 0);
+        const CPoint2f p(0x1.f75104p-18f, 0x1.bbe226p-18f);
+        CPoint2f foot;
+        CVector2f tangent;
+        tiny.GetPointAndTangentAtParameter(tiny.ParameterOfClosestPoint(p), foot, tangent);
+        const CVector2f off = p - foot;
+        EXPECT_LT(std::fabs(Dot(tangent, off)), 1e-4 * tangent.Length() * off.Length());
+    }
 
     // On a rotated, translated ellipse: points off the outline along its normal,
     // inside and outside, lead back to the foot of that normal.
@@ -216,22 +243,36 @@ TEST(Ellipse2f, NearestParameterOnAxesAndDegenerateEllipses) {
     EXPECT_NEAR(std::fabs(std::sin(t)), std::sqrt(0.75), 1e-6);
     EXPECT_EQ(e.NearestParameter(CPoint2f(2.5f, 2)), 0.0f);
     EXPECT_EQ(e.NearestParameter(CPoint2f(9, 2)), 0.0f);
-    EXPECT_NEAR(std::fabs(e.NearestParameter(CPoint2f(-5, 2))), 3.14159265f, 1e-6f);
+    // Beyond the far end: pi, not -pi (the wrap into [-pi, pi] is strict at pi).
+    EXPECT_EQ(e.NearestParameter(CPoint2f(-5, 2)), kPi);
     // On the minor axis, inside and outside: the end on the same side.
     EXPECT_NEAR(e.NearestParameter(CPoint2f(1, 2.25f)), 3.14159265f / 2, 1e-6f);
     EXPECT_NEAR(e.NearestParameter(CPoint2f(1, -7)), -3.14159265f / 2, 1e-6f);
     // On the outline itself.
     EXPECT_NEAR(e.NearestParameter(e.GetPointAtParameter(-2.5f)), -2.5f, 1e-5f);
 
-    // A circle: the polar angle, wherever the point is.
+    // A needle (axes 1 and 2^-59), p 2^-53 inside its tip and 2^-87 off the axis: the
+    // minor axis is too short to matter, so cos t = 1 - 2^-53 and t = 2^-26. The
+    // multiplier equation evaluates to exactly 0 over a stretch around its root; the
+    // bisection stops at the first such value it meets.
+    const CEllipse2f needle(CPoint2f(0x1p-53f, 0), 1, 0x1p-59f, 0);
+    EXPECT_NEAR(needle.NearestParameter(CPoint2f(1, 0x1p-87f)), 0x1p-26f, 0x1p-26f * 1e-6f);
+
+    // A circle: the polar angle, wherever the point is; at the centre, where every
+    // point is nearest, t = 0.
+    EXPECT_EQ(CEllipse2f(CPoint2f(1, 2), 2, 2, 0).NearestParameter(CPoint2f(1, 2)), 0.0f);
     const CEllipse2f circle(CPoint2f(0, 0), 2, 2, 0.9f);
     EXPECT_NEAR(circle.NearestParameter(CPoint2f(-3, 1)), std::atan2(1.0f, -3.0f) - 0.9f, 1e-6f);
     EXPECT_NEAR(circle.NearestParameter(CPoint2f(0.1f, 0.1f)), 3.14159265f / 4 - 0.9f, 1e-6f);
 
     // Flat ellipses are segments: a zero radius, or a transform that flattens.
     const CEllipse2f flat(CPoint2f(0, 0), 3, 0, 0);
-    EXPECT_NEAR(std::fabs(flat.NearestParameter(CPoint2f(1.5f, 4))), 3.14159265f / 3, 1e-6f);
+    // The sign of t follows the side of p, although t and -t are the same point.
+    EXPECT_NEAR(flat.NearestParameter(CPoint2f(1.5f, 4)), 3.14159265f / 3, 1e-6f);
     EXPECT_EQ(flat.NearestParameter(CPoint2f(5, -1)), 0.0f);
+    EXPECT_EQ(flat.NearestParameter(CPoint2f(-5, -1)), -kPi);  // the wrap is strict at -pi
+    // Minor to major axis exactly 2^-60 is already flat (inclusive): beside the end, the end.
+    EXPECT_EQ(CEllipse2f(CPoint2f(0, 0), 1, 0x1p-60f, 0).NearestParameter(CPoint2f(1, 0x1p-60f)), 0.0f);
     // Onto the line y = x: centre (-1, -1), ends (-1, -1) +- (sqrt2, sqrt2).
     const CEllipse2f squashed(CRect2f(-1, -1, 2, 2), AffineTransform(1, 1, 1, 1, 0, 0));
     const float end = std::sqrt(2.0f) - 1;
@@ -239,6 +280,9 @@ TEST(Ellipse2f, NearestParameterOnAxesAndDegenerateEllipses) {
     EXPECT_TRUE(NearXy(foot(CPoint2f(3, 0)), CPoint2f(end, end), 1e-5));
     EXPECT_TRUE(NearXy(foot(CPoint2f(0, -1)), CPoint2f(-0.5f, -0.5f), 1e-5));
     EXPECT_EQ(CEllipse2f(CPoint2f(4, 4), 0, 0, 0).NearestParameter(CPoint2f(1, 1)), 0.0f);
+    // Also turned by a half turn, whose zero axes carry signs (atan2(0, -0) = pi).
+    EXPECT_EQ(CEllipse2f(CRect2f(4, 4, 0, 0), AffineTransform(-1, 0, 0, -1, 0, 0)).NearestParameter(CPoint2f(1, 1)),
+              0.0f);
 
     // Non-finite input gives NaN; huge and tiny finite input finishes with an answer.
     const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
