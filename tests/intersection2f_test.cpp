@@ -49,6 +49,14 @@ TEST(IntersectLineSegments, CrossingTouchingAndParallel) {
         EXPECT_EQ(ip.point, marker.point);
         EXPECT_EQ(ip.t1, -9.0f);
     }
+
+    // The parallel test is strict: a determinant of exactly 1e-30 (a segment about 1
+    // long crossed by one about 1e-30 long, chosen so the product rounds to 1e-30)
+    // is solved.
+    const float h = 0x1.44752p-101f;
+    EXPECT_TRUE(IntersectLineSegments(CPoint2f(0x1.06697p-30f, 0), CPoint2f(0x1.000c54p+0f, 0), CPoint2f(0.5f, h),
+                                      CPoint2f(0.5f, -h), ip));
+    EXPECT_EQ(ip.t2, 0.5f);
 }
 
 TEST(IntersectionPoint2f, EqualityToleranceOnParametersAndPoint) {

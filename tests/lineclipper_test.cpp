@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 using velmor::geometry::AllVisible;
 using velmor::geometry::CPoint4d;
 using velmor::geometry::LineClipper;
@@ -22,7 +24,8 @@ CPoint4d Clamped(const LineClipper& c, CPoint4d p) {
 
 TEST(LineClipper, OutcodesAreStrictAndPerPlane) {
     const LineClipper c = Marked(0.5);
-    double bc[4] = {99.0, 99.0, 99.0, 99.0};
+    // One slot past the planes holds a negative value: only the planes in use are read.
+    double bc[5] = {99.0, 99.0, 99.0, 99.0, -99.0};
     EXPECT_EQ(c.CalculateBoundaryCoordinates(true, CPoint4d(2.0, -3.0, 0.0, 1.0), bc), 2u | 4u);
     EXPECT_EQ(bc[1], -1.0);
     EXPECT_EQ(bc[2], -2.0);
@@ -31,12 +34,12 @@ TEST(LineClipper, OutcodesAreStrictAndPerPlane) {
     EXPECT_EQ(c.CalculateBoundaryCoordinates(true, CPoint4d(-2.0, 2.0, 0.0, 2.0), bc), 0u);
 
     // Depth planes use d*w and write two values only.
-    double bd[4] = {99.0, 99.0, 99.0, 99.0};
+    double bd[4] = {99.0, 99.0, -99.0, 99.0};
     EXPECT_EQ(c.CalculateBoundaryCoordinates(false, CPoint4d(9.0, 9.0, 1.0, 2.0), bd), 0u);
     EXPECT_EQ(bd[1], 0.0);
     EXPECT_EQ(c.CalculateBoundaryCoordinates(false, CPoint4d(0.0, 0.0, -1.5, 2.0), bd), 1u);
     EXPECT_EQ(c.CalculateBoundaryCoordinates(false, CPoint4d(0.0, 0.0, 1.5, 2.0), bd), 2u);
-    EXPECT_EQ(bd[2], 99.0);
+    EXPECT_EQ(bd[2], -99.0);
 }
 
 TEST(LineClipper, ClipReportsTheVisibleInterval) {
@@ -75,6 +78,13 @@ TEST(LineClipper, ClipReportsTheVisibleInterval) {
         EXPECT_EQ(c.tMin, k.tMin);
         EXPECT_EQ(c.tMax, k.tMax);
     }
+
+    // Equal exit parameters keep the first, down to the sign of a zero: from
+    // (+0, +0, 0, -0) the planes x = -w and y = -w are left at t = +0, the planes
+    // x = w and y = w at t = -0.
+    LineClipper zero = Marked(0.5);
+    EXPECT_EQ(zero.Clip(true, CPoint4d(0.0, 0.0, 0.0, -0.0), CPoint4d(0.0, 0.0, 0.0, -1.0)), PartVisible);
+    EXPECT_FALSE(std::signbit(zero.tMax));
 }
 
 TEST(LineClipper, ClampRewritesDepthThroughTheNormalisedValue) {
@@ -87,4 +97,9 @@ TEST(LineClipper, ClampRewritesDepthThroughTheNormalisedValue) {
     c.depthLimit = 10.0;
     ASSERT_NE(0.3 * (0.7 / 0.3), 0.7);
     EXPECT_EQ(Clamped(c, CPoint4d(0.0, 0.0, 0.7, 0.3)).z, 0.3 * (0.7 / 0.3));
+
+    // A zero depth limit: both clamps are strict, so a zero depth keeps its sign.
+    c.depthLimit = 0.0;
+    EXPECT_FALSE(std::signbit(Clamped(c, CPoint4d(0.0, 0.0, 0.0, 1.0)).z));
+    EXPECT_TRUE(std::signbit(Clamped(c, CPoint4d(0.0, 0.0, -0.0, 1.0)).z));
 }
