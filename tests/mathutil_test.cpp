@@ -306,4 +306,14 @@ TEST(PointInPolygon, VerticesOnTheRayCountOnlyWithALowerNeighbour) {
     P2 wedge[] = {{-1, 0}, {1, -1}, {1, 1}};
     EXPECT_EQ(PointInPolygon(P2(0, 0), wedge, 3), InsidePolygon);
     EXPECT_EQ(PointInPolygon(P2(-2, 0), wedge, 3), OutsidePolygon);
+    // A vertex 2^-9 above p is on the ray's line (within EqualTol) but not equal
+    // to p (its square is not below EqualTolSq).
+    plenar_test::ToleranceGuard tol(0x1p-8);
+    plenar_test::SquaredToleranceGuard sq(0x1p-20);
+    // That vertex at p's own x lies not to the right of p: no crossing (strict).
+    P2 apex[] = {{0, 0x1p-9}, {-1, -1}, {-1, 1}};
+    EXPECT_EQ(PointInPolygon(P2(0, 0), apex, 3), OutsidePolygon);
+    // p at the x of a horizontal edge's end is not strictly between its ends.
+    P2 shelf[] = {{0, 0x1p-9}, {1, 0x1p-9}, {1, 1}, {0, 1}};
+    EXPECT_EQ(PointInPolygon(P2(0, 0), shelf, 4), OutsidePolygon);
 }
