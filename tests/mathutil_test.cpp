@@ -14,6 +14,9 @@ using P2 = CPoint2d;
 namespace {
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const double kTol2 = 0.0009765625;  // 2^-10: (2^-10)^2 is below the load-time EqualTolSq
+// A vector of squared length exactly 1e-10 (the double nearest), the fixed
+// parallel threshold: y*y + 2^-40 rounds to it.
+const double kParY = 9.954421394447146e-06, kParZ = 0x1p-20;
 }  // namespace
 
 TEST(ClosestPoint, LinesSkewParallelAndTheFixedThreshold) {
@@ -35,6 +38,9 @@ TEST(ClosestPoint, LinesSkewParallelAndTheFixedThreshold) {
     EXPECT_TRUE(ClosestPoint(P3(0, 0, 0), ux, P3(0, 1, 0), CUnitVector3d(1, 1e-4, 0), t1, t2));
     EXPECT_NEAR(t1, -1e4, 1e-2);
     EXPECT_FALSE(ClosestPoint(P3(0, 0, 0), ux, P3(0, 1, 0), CUnitVector3d(1, 1e-6, 0), t1, t2));
+    // A determinant exactly at the threshold is not parallel (strict).
+    ASSERT_EQ(0.0 + kParY * kParY + kParZ * kParZ, 1e-10);
+    EXPECT_TRUE(ClosestPoint(P3(0, 0, 0), P3(1, 0, 0), P3(0, 0, 0), P3(0, kParY, kParZ), s, t));
 
     EXPECT_TRUE(ClosestPoint(P3(0, 0, 0), P3(2, 0, 0), P3(1, -1, 1), P3(1, 1, 1), s, t));
     EXPECT_EQ(s, 0.5);
@@ -58,6 +64,11 @@ TEST(ClosestPoint, SegmentToLineCodes) {
     EXPECT_EQ(out.x, 1.0);
     EXPECT_EQ(ClosestPoint(a, P3(1, 1e-4, 0), P3(0, 5, 0), CUnitVector3d(1, 0, 0), out),
               ClampedToEnd);  // 1e-8: not parallel
+    EXPECT_EQ(ClosestPoint(a, P3(0, kParY, kParZ), P3(0, 5, 0), CUnitVector3d(1, 0, 0), out),
+              ClampedToEnd);  // exactly 1e-10: not parallel (strict)
+    // Parameters exactly 0 and 1 lie inside the segment (both ends inclusive).
+    EXPECT_EQ(ClosestPoint(a, b, P3(0, 1, 0), uz, out), InsideSegment);
+    EXPECT_EQ(ClosestPoint(a, b, P3(1, 1, 0), uz, out), InsideSegment);
     // Along the line: the endpoint nearer to p, b on a tie.
     EXPECT_EQ(ClosestPoint(a, top, P3(1, 0, 5), uz, out), SegmentParallel);
     EXPECT_EQ(out.z, 2.0);
@@ -75,6 +86,10 @@ TEST(ParameterOfClosestPoint, UnclampedAndDegenerateStrictlyBelowLoadTimeEqualTo
     EXPECT_NEAR(ParameterOfClosestPoint(P3(0, 0, 0), P3(0.001, 0, 0), P3(0.002, 0, 0)), 2.0, 1e-9);
     plenar_test::ToleranceGuard guard(0.01);  // EqualTolSq stays 1e-6
     EXPECT_NEAR(ParameterOfClosestPoint(P2(0, 0), P2(0.002, 0), P2(0.001, 0)), 0.5, 1e-9);
+    // A squared length exactly EqualTolSq is not degenerate (strict).
+    plenar_test::SquaredToleranceGuard sq(0x1p-20);
+    EXPECT_EQ(ParameterOfClosestPoint(P3(0, 0, 0), P3(0x1p-10, 0, 0), P3(0x1p-10, 0, 0)), 1.0);
+    EXPECT_EQ(ParameterOfClosestPoint(P2(0, 0), P2(0x1p-10, 0), P2(0x1p-10, 0)), 1.0);
 }
 
 TEST(SegmentsIntersect, WritesPointOnlyOnHitAndAcceptsNull) {
@@ -100,15 +115,25 @@ TEST(LinePredicates, ColinearOnSegmentAndBetweenAreStrictAtTolerance) {
     EXPECT_FALSE(IsOnLineSegment(a, b, P3(1.002, 0, 0), 0.001));
     EXPECT_TRUE(IsOnLineSegment(a, b, P3(0.5, 0.05, 0), 0.1));  // the given tol, not EqualTol
     EXPECT_TRUE(IsOnLineSegment(a, a, P3(0.0005, 0, 0), 0.001));
+    // Degenerate below EqualTolSq (about 1e-6), not below EqualTol: a segment of
+    // squared length 1e-4 still projects.
+    EXPECT_TRUE(IsOnLineSegment(a, P3(0.01, 0, 0), P3(0.01, 0, 0), 0.001));
 
     // Between: the projection alone decides inside [0, 1], both ends inclusive.
     EXPECT_TRUE(IsBetween(P3(0, 7, 0), a, b));
     EXPECT_TRUE(IsBetween(P3(1, 7, 0), a, b));
     EXPECT_TRUE(IsBetween(P3(-0.0005, 0, 0), a, b));
+    EXPECT_TRUE(IsBetween(P3(1.0005, 0, 0), a, b));  // beyond b: within EqualTol, not its square
     EXPECT_FALSE(IsBetween(P3(-0.0005, 10, 0), a, b));
     EXPECT_FALSE(IsBetween(P3(1.5, 0, 0), a, b));
     EXPECT_FALSE(IsBetween(P3(kNaN, 0, 0), a, b));
     EXPECT_TRUE(IsBetween(P3(100, 100, 100), a, P3(0.0009, 0, 0)));  // degenerate: anything
+    EXPECT_FALSE(IsBetween(P3(5, 0, 0), a, P3(0.01, 0, 0)));         // 1e-4 is not below EqualTolSq
+    // A squared length exactly EqualTolSq is not degenerate (strict).
+    plenar_test::SquaredToleranceGuard sq(0x1p-20);
+    const P3 tiny(0x1p-10, 0, 0);
+    EXPECT_TRUE(IsOnLineSegment(a, tiny, tiny, 0x1p-12));
+    EXPECT_FALSE(IsBetween(P3(5, 0, 0), a, tiny));
 }
 
 TEST(IsOnLine, TwoDEqualityIsStrictPerAxisAndOnTheLoadTimeSquare) {
@@ -119,6 +144,14 @@ TEST(IsOnLine, TwoDEqualityIsStrictPerAxisAndOnTheLoadTimeSquare) {
     EXPECT_EQ(t, 0.0);
     EXPECT_FALSE(IsOnLine(P2(0, 0), P2(1, 0), P2(0.5, 0.001), nullptr));
     EXPECT_FALSE(IsOnLine(P2(0, 0), P2(1, 0), P2(kNaN, 0), &t));
+    EXPECT_TRUE(IsOnLine(P2(0, 0), P2(0.01, 0), P2(0.02, 0), &t));
+    EXPECT_EQ(t, 2.0);  // squared length 1e-4 is not degenerate: not below EqualTolSq
+    {
+        // A squared length exactly EqualTolSq is not degenerate (strict).
+        plenar_test::SquaredToleranceGuard sq(0x1p-20);
+        EXPECT_TRUE(IsOnLine(P2(0, 0), P2(0x1p-10, 0), P2(0x1p-10, 0), &t));
+        EXPECT_EQ(t, 1.0);
+    }
     {
         // Per-axis tests pass, but dy^2 = 1e-6 is not below EqualTolSq.
         plenar_test::ToleranceGuard guard(0.01);
@@ -174,6 +207,37 @@ TEST(IntersectSegments, CrossingEndTolerancesAndPointSegments) {
     EXPECT_TRUE(hit(P2(0.5, 0), P2(0.5, 0.0001), P2(0.5, 0.0002), P2(0.5, 0.0003)));
     EXPECT_FALSE(hit(P2(0.5, 0), P2(0.5, 0.0001), P2(3, 3), P2(3, 3)));
     EXPECT_FALSE(hit(P2(kNaN, 0), P2(1, 1), P2(0, 0), P2(1, 0)));
+    // Point-like below EqualTolSq, not below EqualTol: a of squared length 2^-14
+    // is a segment and crosses b.
+    EXPECT_TRUE(hit(P2(0, 0), P2(0x1p-7, 0), P2(0x1.8p-8, -1), P2(0x1.8p-8, 1)));
+    EXPECT_TRUE(hit(P2(0x1.8p-8, -1), P2(0x1.8p-8, 1), P2(0, 0), P2(0x1p-7, 0)));
+    {
+        // A squared length exactly EqualTolSq is a segment, not a point (strict).
+        plenar_test::SquaredToleranceGuard sq(0x1p-20);
+        EXPECT_TRUE(hit(P2(0, 0), P2(0x1p-10, 0), P2(0x1.8p-11, -1), P2(0x1.8p-11, 1), &out));
+        EXPECT_EQ(out.x, 0x1.8p-11);
+        EXPECT_TRUE(hit(P2(0x1.8p-11, -1), P2(0x1.8p-11, 1), P2(0, 0), P2(0x1p-10, 0), &out));
+        EXPECT_EQ(out.y, 0.0);
+        EXPECT_EQ(out.x, 0x1.8p-11);
+    }
+    {
+        // With EqualTol zero only the exact parameters count: both ends of a and of
+        // b are inclusive.
+        plenar_test::ToleranceGuard zero(0.0);
+        EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(0, -1), P2(0, 1)));  // s == 0
+        EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(1, -1), P2(1, 1)));  // s == 1
+        EXPECT_TRUE(hit(P2(0, 0), P2(2, 0), P2(1, 0), P2(1, 1)));   // t == 0
+        EXPECT_TRUE(hit(P2(0, 0), P2(2, 0), P2(1, -1), P2(1, 0)));  // t == 1
+    }
+    {
+        // Parallel and b1 at parameter exactly 1 of a, where a1 + (a2 - a1) rounds
+        // off a2: the end is inclusive, so b1 still lies on a.
+        plenar_test::ToleranceGuard ulp(0x1p-52);
+        plenar_test::SquaredToleranceGuard sq(0x1p-104);
+        const double end = 0.6 + (1.76 - 0.6);
+        ASSERT_NE(end, 1.76);
+        EXPECT_TRUE(hit(P2(0.6, 0), P2(1.76, 0), P2(end, 0), P2(3, 0)));
+    }
 
     // Parallel: only b's endpoints are tested against a.
     EXPECT_FALSE(hit(P2(1, 0), P2(2, 0), P2(0, 0), P2(3, 0)));
@@ -185,6 +249,9 @@ TEST(IntersectSegments, CrossingEndTolerancesAndPointSegments) {
     // far away), one of 1e-11 is, and b1 lies on a within EqualTol.
     EXPECT_FALSE(hit(P2(0, 0), P2(1, 0), P2(0.5, 1e-4), P2(1.5, 1e-4 + 1e-9)));
     EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(0.5, 1e-4), P2(1.5, 1e-4 + 1e-11)));
+    // A cross product of exactly 1e-10 is not parallel (strict): b crosses a in its
+    // middle while neither end of b lies on a.
+    EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(-1, -0.5e-10), P2(2, 0.5e-10)));
 }
 
 TEST(PointInPolygon, SquareCodesAndStrictTolerances) {
@@ -205,6 +272,24 @@ TEST(PointInPolygon, SquareCodesAndStrictTolerances) {
     EXPECT_EQ(PointInPolygon(P2(0, 0), one, 1), OutsidePolygon);
     EXPECT_EQ(PointInPolygon(P2(1, 0), one, 1), OnPolygonVertex);
     EXPECT_EQ(PointInPolygon(P2(1, 1), two, 2), OnPolygonEdge);
+    {
+        // An edge of squared length exactly EqualTolSq is tested for p on it
+        // (inclusive), although the ray test alone misses p by exactly EqualTol.
+        plenar_test::ToleranceGuard tol(0x1p-12);
+        plenar_test::SquaredToleranceGuard sq(0x1p-21);
+        P2 wedge[] = {{0x1p-11, 0x1p-11}, {0x1p-11, 1}, {-1, 1}, {0, 0}};
+        EXPECT_EQ(PointInPolygon(P2(0x1p-11, 0x1p-12), wedge, 4), OnPolygonEdge);
+    }
+    {
+        // The edge test is strict at t == 1: p at parameter exactly 1, rounded off
+        // the vertex (1.76, 1), is not on the edge.
+        plenar_test::ToleranceGuard ulp(0x1p-52);
+        plenar_test::SquaredToleranceGuard sq(0x1p-104);
+        const double end = 0.6 + (1.76 - 0.6);
+        ASSERT_NE(end, 1.76);
+        P2 quad[] = {{1.76, 1}, {1.76, 3}, {0, 3}, {0.6, 0}};
+        EXPECT_EQ(PointInPolygon(P2(end, 1), quad, 4), OutsidePolygon);
+    }
 }
 
 TEST(PointInPolygon, VerticesOnTheRayCountOnlyWithALowerNeighbour) {
@@ -221,4 +306,14 @@ TEST(PointInPolygon, VerticesOnTheRayCountOnlyWithALowerNeighbour) {
     P2 wedge[] = {{-1, 0}, {1, -1}, {1, 1}};
     EXPECT_EQ(PointInPolygon(P2(0, 0), wedge, 3), InsidePolygon);
     EXPECT_EQ(PointInPolygon(P2(-2, 0), wedge, 3), OutsidePolygon);
+    // A vertex 2^-9 above p is on the ray's line (within EqualTol) but not equal
+    // to p (its square is not below EqualTolSq).
+    plenar_test::ToleranceGuard tol(0x1p-8);
+    plenar_test::SquaredToleranceGuard sq(0x1p-20);
+    // That vertex at p's own x lies not to the right of p: no crossing (strict).
+    P2 apex[] = {{0, 0x1p-9}, {-1, -1}, {-1, 1}};
+    EXPECT_EQ(PointInPolygon(P2(0, 0), apex, 3), OutsidePolygon);
+    // p at the x of a horizontal edge's end is not strictly between its ends.
+    P2 shelf[] = {{0, 0x1p-9}, {1, 0x1p-9}, {1, 1}, {0, 1}};
+    EXPECT_EQ(PointInPolygon(P2(0, 0), shelf, 4), OutsidePolygon);
 }
