@@ -31,6 +31,9 @@ const float kLowX = 12 * kLow * kLow - 8 * kLow * kLow * kLow;
 std::vector<P> Ctrl(const Bez& c) { return {c.GetPoint(0), c.GetPoint(1), c.GetPoint(2), c.GetPoint(3)}; }
 std::vector<float> Fields(const CRect2f& r) { return {r.x, r.y, r.width, r.height}; }
 
+// A piece doubling back along the x axis: control bounds [-1/4, 3/4], diagonal 1.
+const Bez kBack(P(0, 0), P(-0.25f, 0), P(0.75f, 0), P(0.5f, 0));
+
 }  // namespace
 
 TEST(PointInsideTriangle, InclusiveInEveryVertexOrderAndDegenerateContainsAll) {
@@ -164,10 +167,9 @@ TEST(CubicBezier2f, BoundsAreTheEndRectOrTighterThanTheControlBounds) {
     // A piece doubling back along the x axis, control bounds [-1/4, 3/4]: it is
     // bisected while the squared diagonal is at least EqualTolSq (inclusive), so
     // its bounds come out tighter than the control bounds.
-    const Bez back(P(0, 0), P(-0.25f, 0), P(0.75f, 0), P(0.5f, 0));
     {
         plenar_test::SquaredToleranceGuard guard(1.0);  // exactly the squared diagonal
-        EXPECT_GT(back.Bounds().x, -0.25f);
+        EXPECT_GT(kBack.Bounds().x, -0.25f);
     }
     // At 1/64 of the size the squared diagonal (2.4e-4) is far above EqualTolSq.
     const Bez small(P(0, 0), P(-0.25f / 64, 0), P(0.75f / 64, 0), P(0.5f / 64, 0));
@@ -444,9 +446,8 @@ TEST(CubicBezier2f, LineHitsAreFoundOnceInCurveOrder) {
     // intersection tolerance (EqualTol / 2 = 1) is still bisected: its halves
     // give the hits (t1 = 1/4 and 3/4), not its middle (t1 = 1/2).
     plenar_test::ToleranceGuard guard(2.0);
-    const Bez back(P(0, 0), P(-0.25f, 0), P(0.75f, 0), P(0.5f, 0));
     CurveIntersections2f halves;
-    EXPECT_TRUE(back.IntersectWithLine(P(0.25f, -1), P(0.25f, 1), kUnit, kUnit, halves));
+    EXPECT_TRUE(kBack.IntersectWithLine(P(0.25f, -1), P(0.25f, 1), kUnit, kUnit, halves));
     ASSERT_EQ(halves.points.size(), 2u);
     EXPECT_EQ(halves.points[0].t1, 0.25f);
     EXPECT_EQ(halves.points[1].t1, 0.75f);
@@ -495,10 +496,9 @@ TEST(CubicBezier2f, CurveHitsKeepEachCurvesParameter) {
         // the intersection tolerance (EqualTol / 2 = 1): it is still bisected, so
         // the hits come from its halves (t1 = 1/4, 3/4), not its middle.
         plenar_test::ToleranceGuard guard(2.0);
-        const Bez back(P(0, 0), P(-0.25f, 0), P(0.75f, 0), P(0.5f, 0));
         const Bez up(P(0.25f, -0.5f), P(0.25f, -1), P(0.25f, 1), P(0.25f, 0.5f));
         CurveIntersections2f hits;
-        EXPECT_TRUE(back.IntersectWithBezier(up, kUnit, kUnit, hits));
+        EXPECT_TRUE(kBack.IntersectWithBezier(up, kUnit, kUnit, hits));
         for (const IntersectionPoint2f& ip : hits.points) EXPECT_NE(ip.t1, 0.5f) << ip.t2;
     }
     // A tiny piece (diagonal under tol = 1/2) stands for its middle (2, 2.5),
