@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <type_traits>
 
 #include "support/tolerance_guard.h"
@@ -91,6 +92,11 @@ TEST(Point2f, ClosestPoints) {
     // p1 + (p2 - p1) rounds to (0, 0) here: the end itself must come back.
     EXPECT_EQ(CPoint2f(-5, 0).ClosestPointOnLineSegment(CPoint2f(3, 0), CPoint2f(1e-8f, 0), t), CPoint2f(1e-8f, 0));
     EXPECT_EQ(t, 1.0f);
+    // t == 1 is not beyond the end (strict): p1 + d*t comes back, (0, 0) here.
+    EXPECT_EQ(CPoint2f(1e-8f, 0).ClosestPointOnLineSegment(CPoint2f(3, 0), CPoint2f(1e-8f, 0), t), CPoint2f());
+    // Nor is t == 0 (strict): at p1 t is -0 here (zero times negative components) and is kept.
+    origin.ClosestPointOnLineSegment(origin, CPoint2f(-1, -1), t);
+    EXPECT_TRUE(std::signbit(t));
 }
 
 TEST(Point2f, RectangleTestsAreClosed) {
@@ -102,6 +108,10 @@ TEST(Point2f, RectangleTestsAreClosed) {
     EXPECT_TRUE(CPoint2f(0.5f, 3).IsIn(r, 0.5f));
     EXPECT_EQ(CPoint2f(7, -2).DistanceTo(r), 5.0f);
     EXPECT_EQ(CPoint2f(-2, 10).DistanceTo(r), 5.0f);
+    // On a side the gap is 0 without a subtraction (strict), so even a corner at
+    // infinity is at distance 0 rather than inf - inf.
+    const float inf = std::numeric_limits<float>::infinity();
+    EXPECT_EQ(CPoint2f(inf, inf).DistanceTo(CRect2f(inf, inf, 0, 0)), 0.0f);
 }
 
 TEST(Vector2f, IsZeroAndSetLengthGuardInDouble) {
@@ -163,6 +173,9 @@ TEST(Line2f, AnglesClampOnlyJustBeyondUnitDotProducts) {
     const float band = EqualTolF;
     EXPECT_EQ(AngleBetween(ex, CVector2f(1 + band / 2, 0)), 0.0);
     EXPECT_TRUE(std::isnan(AngleBetween(ex, CVector2f(1 + band, 0))));
+    // The same band below -1, open at -1 - EqualTolF (strict).
+    EXPECT_EQ(AngleBetween(ex, CVector2f(-1 - band / 2, 0)), kPi);
+    EXPECT_TRUE(std::isnan(AngleBetween(ex, CVector2f(-1 - band, 0))));
     ToleranceGuard tol(0.001, 0.25f);  // the band follows EqualTolF
     EXPECT_EQ(AngleBetween(ex, CVector2f(1.125f, 0)), 0.0);
 }

@@ -105,6 +105,9 @@ TEST(Quaternion, SlerpTakesShorterArcAndDoesNotRenormalise) {
     // -quarter is the same rotation: a is turned round instead of going the long
     // way (through a 225 degree rotation).
     ExpectQuat(Quaternion::Slerp(id, Neg(quarter), 0.5), Neg(eighth));
+    // At a cosine of exactly 0 a is not turned round (strict): half way to the half
+    // turn about z is the quarter turn, not its inverse.
+    ExpectQuat(Quaternion::Slerp(id, Quaternion(0, 0, 1, 0), 0.5), quarter);
     // Slerp(q, -q, t) is -q for every t, through the linear blend.
     const Quaternion q(1.0, CUnitVector3d(1, 2, 3));
     for (double t : {0.0, 0.3, 1.0, 2.5}) ExpectQuat(Quaternion::Slerp(q, Neg(q), t), Neg(q));
