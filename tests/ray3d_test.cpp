@@ -98,7 +98,7 @@ TEST(Ray3d, SegmentIntersectionNeverMeasuresTheLineDistance) {
                  {{6, 1, 0}, {8, 1, 0}, false, 6},
                  {{5, 0.0005, 0}, {6, 0.0005 + 5e-6, 0}, true, 5},  // |v x dir|^2 < 1e-10: parallel
                  {{5, 0.0005, 0}, {6, 0.0005 + 2e-5, 0}, false, keep},
-                 // |v x dir|^2 exactly 1e-10: not parallel (strict), so the segment's nearest point is 50 before a.
+                 // |v x dir|^2 exactly 1e-10: not parallel (strict); the nearest point lies far before a.
                  {{5, 0, 0.5}, {6, 0x1.4f8b4d8f76727p-17, 0.5 + 0x1.5798eep-27}, false, keep}};
     for (const auto& c : cases) {
         double t = keep;
