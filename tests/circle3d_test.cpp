@@ -300,7 +300,7 @@ TEST(Arc3d, FullCircleModesAndNullness) {
 TEST(Ray3d, CircleIntersectionComparesSquaredLengths) {
     const CCircle3d c = UnitCircle();
     const CUnitVector3d x = CUnitVector3d::FromComponents(1, 0, 0);
-    const double h = std::sqrt(1.2e-6), b = std::sqrt(1 - 1e-8);
+    const double h = std::sqrt(1.2e-6), b = std::sqrt(1 - 1e-8), m = std::sqrt(1 - 1e-6);
     const struct {
         P origin;
         CUnitVector3d dir;
@@ -310,7 +310,8 @@ TEST(Ray3d, CircleIntersectionComparesSquaredLengths) {
                  {{5, 0, 0}, -x, 2, {1, 0, 0}, {-1, 0, 0}},
                  {{0, 0.6, 0}, -x, 2, {0.8, 0.6, 0}, {-0.8, 0.6, 0}},  // off it: the chord's own sense
                  {{0, -0.6, 0}, x, 2, {-0.8, -0.6, 0}, {0.8, -0.6, 0}},
-                 {{0, 1 + 4e-7, 0}, x, 1, {0, 1 + 4e-7, 0}, {}},  // tangent: |e - r^2| = 8e-7
+                 {{-5, 0.001, 0}, x, 2, {m, 0.001, 0}, {-m, 0.001, 0}},  // e == EqualTolSq: off it (strict)
+                 {{0, 1 + 4e-7, 0}, x, 1, {0, 1 + 4e-7, 0}, {}},         // tangent: |e - r^2| = 8e-7
                  {{0, 1 - 4e-7, 0}, x, 1, {0, 1 - 4e-7, 0}, {}},
                  {{0, 1 + 6e-7, 0}, x, 0, {}, {}},  // 1.2e-6
                  {{0, 1 - 6e-7, 0}, x, 2, {h, 1 - 6e-7, 0}, {-h, 1 - 6e-7, 0}},
@@ -338,6 +339,15 @@ TEST(Ray3d, CircleIntersectionComparesSquaredLengths) {
     EXPECT_EQ(CRay3d(P(0, 1, 0), x).IntersectWith(c, a1, a2, nullptr, nullptr), 1);
     EXPECT_TRUE(a1 == kPi / 2);
     EXPECT_EQ(a2, 42.0);
+
+    // With a zero squared tolerance nothing is near the circle: a crossing of the
+    // plane exactly on it is off it (strict), and a line touching it crosses it twice
+    // (e <= r^2, inclusive) at two equal angles, where the crossings keep the order
+    // they were found in (the origin's z = -0 tells them apart: the first has z = +0).
+    plenar_test::SquaredToleranceGuard noTolerance(0.0);
+    EXPECT_EQ(CRay3d(P(1, 0, -5), kZ).IntersectWith(c, p1, p2), 0);
+    EXPECT_EQ(CRay3d(P(1, 5, -0.0), CUnitVector3d::FromComponents(0, 1, 0)).IntersectWith(c, a1, a2, &p1, &p2), 2);
+    EXPECT_FALSE(std::signbit(p1.z));
 }
 
 TEST(Plane, CircleIntersectionGoesThroughTheCommonLine) {

@@ -90,18 +90,27 @@ TEST(Ray3d, SegmentIntersectionNeverMeasuresTheLineDistance) {
                  {{-2, -1, 1}, {-2, 1, 1}, true, -2},   // a unit above the line, behind the origin
                  {{2, 1, 0}, {2, 3, 0}, false, keep},   // nearest point off the segment
                  {{2, 0.0005, 0}, {2, 3, 0}, true, 2},  // within EqualTol of an end
-                 {{3, 3, 0}, {3, -0.0005, 0}, true, 3},
-                 {{3, -0.0001, 0}, {3, 0.0001, 0}, true, 3},  // shorter than EqualTol: its midpoint
-                 {{4, 0.5, 0}, {4, 0.5, 0}, false, 4},        // ... t written even on a miss
-                 {{5, 0, 0}, {7, 0, 0}, true, 5},             // parallel: is a on the line?
+                 {{3, 3, 0}, {3, 0.0005, 0}, true, 3},
+                 {{3, 0.0004, 0}, {3, 0.0006, 0}, true, 3},  // shorter than EqualTol: its midpoint
+                 {{4, 0.5, 0}, {4, 0.5, 0}, false, 4},       // ... t written even on a miss
+                 {{2, 0, 1}, {2, 0.001, 1}, true, 2},        // exactly EqualTol long: a segment (strict)
+                 {{5, 0, 0}, {7, 0, 0}, true, 5},            // parallel: is a on the line?
                  {{6, 1, 0}, {8, 1, 0}, false, 6},
                  {{5, 0.0005, 0}, {6, 0.0005 + 5e-6, 0}, true, 5},  // |v x dir|^2 < 1e-10: parallel
-                 {{5, 0.0005, 0}, {6, 0.0005 + 2e-5, 0}, false, keep}};
+                 {{5, 0.0005, 0}, {6, 0.0005 + 2e-5, 0}, false, keep},
+                 // |v x dir|^2 exactly 1e-10: not parallel (strict); the nearest point lies far before a.
+                 {{5, 0, 0.5}, {6, 0x1.4f8b4d8f76727p-17, 0.5 + 0x1.5798eep-27}, false, keep}};
     for (const auto& c : cases) {
         double t = keep;
         EXPECT_EQ(r.IntersectWith(c.a, c.b, t), c.hit) << c.a << c.b;
         EXPECT_NEAR(t, c.t, 1e-12) << c.a << c.b;
     }
+    // With no tolerance at all the ends still belong: the segment's parameter range is
+    // closed at 0 and at 1.
+    plenar_test::ToleranceGuard exact(0.0);
+    double t = keep;
+    EXPECT_TRUE(r.IntersectWith(P(2, 0, 0), P(2, 1, 0), t));
+    EXPECT_TRUE(r.IntersectWith(P(3, -1, 0), P(3, 0, 0), t));
 }
 
 TEST(Ray3d, BoxEntryFaceTiesAndBoundaries) {
@@ -147,6 +156,11 @@ TEST(Ray3d, BoxEntryFaceTiesAndBoundaries) {
         EXPECT_FALSE(ok) << r.origin;
         EXPECT_EQ(hit.x, 7.0) << r.origin;
     }
+    // The array call writes exactly n flags: the one after them is the caller's.
+    const CBoundingBox3d four[4] = {kUnit, kUnit, kUnit, kUnit};
+    bool flags[5] = {false, false, false, false, true};
+    CRay3d(P(-1, 0.5, 0.5), U(1, 0, 0)).IntersectBoxes(four, 4, flags, nullptr, nullptr);
+    EXPECT_TRUE(flags[4]);
 }
 
 TEST(Ray3d, BoxHitLiesOnTheEntryFaceAndOnTheRay) {
@@ -197,15 +211,16 @@ TEST(Ray3d, IntersectPlanesSolvesOnTheDominantCoordinatePlane) {
     EXPECT_EQ(r.origin.DistanceSquaredTo(P(0, 0, 0)), 0.0);
     ASSERT_TRUE(r.IntersectPlanes(CPlane(1, 0, 0, 0), CPlane(0, 0, 1, 0)));
     EXPECT_EQ(r.direction.y, -1.0);
-    // Direction ties: x beats y (origin.x = 0), y beats z (origin.y = 0).
-    ASSERT_TRUE(r.IntersectPlanes(CPlane(0, 0, 1, -1), CPlane(1, -1, 0, -2)));
-    EXPECT_NEAR(r.origin.DistanceTo(P(0, -2, 1)), 0.0, 1e-15);
+    // Direction ties: x beats y and z (origin.x = 0), y beats z (origin.y = 0).
+    ASSERT_TRUE(r.IntersectPlanes(CPlane(1, -1, 0, -2), CPlane(0, 1, -1, -1)));
+    EXPECT_NEAR(r.origin.DistanceTo(P(0, -2, -3)), 0.0, 1e-15);
     ASSERT_TRUE(r.IntersectPlanes(CPlane(1, 0, 0, -1), CPlane(0, 1, -1, -2)));
     EXPECT_NEAR(r.origin.DistanceTo(P(1, 0, -2)), 0.0, 1e-15);
     // Parallel and coincident planes: false, ray untouched.
     EXPECT_FALSE(r.IntersectPlanes(CPlane(0, 0, 1, 0), CPlane(0, 0, -1, 3)));
     EXPECT_FALSE(r.IntersectPlanes(CPlane(0, 1, 0, 0), CPlane(0, 1, 0, 0)));
     EXPECT_NEAR(r.origin.DistanceTo(P(1, 0, -2)), 0.0, 1e-15);
+    EXPECT_TRUE(r.IntersectPlanes(CPlane(0, 0, 1, 0), CPlane(0, 1e-10, 1, 0)));  // |N1 x N2| = 1e-10: strict
 
     plenar_test::SplitMix64 rng(8);
     const plenar_test::UniformReal u(-1, 1);

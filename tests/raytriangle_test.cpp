@@ -63,6 +63,11 @@ TEST(RayTriangle, ParameterBarycentricsAndTheClosedTriangle) {
     EXPECT_EQ(t, 3.0);
     EXPECT_TRUE(IntersectTriangle(CRay3d(P3(0.25, 0.25, 0), CUnitVector3d(0, 0, 1)), a, b, c, t, u, v));
     EXPECT_EQ(t, 0.0);
+    // Equal direction components: the earlier axis, x, is the depth axis, so t is the
+    // distance along x over direction.x exactly.
+    const CRay3d diagonal(P3(0, 0, 0), CUnitVector3d(1, 1, 1));
+    ASSERT_TRUE(IntersectTriangle(diagonal, P3(1, -1, 0), P3(1, 2, 1), P3(1, 0, 3), t, u, v));
+    EXPECT_EQ(t, 1 / diagonal.direction.x);
     // Behind the origin: missed, outputs untouched.
     t = u = v = 42;
     EXPECT_FALSE(IntersectTriangle(CRay3d(P3(0.25, 0.25, 1e-300), CUnitVector3d(0, 0, 1)), a, b, c, t, u, v));
