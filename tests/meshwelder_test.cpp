@@ -198,6 +198,16 @@ TEST(MeshWelder, FollowsPoolsEditedBehindItsBack) {
     t.welder.Rebuild();
     agree("after an edit and Rebuild");
     EXPECT_EQ(&t.welder.Mesh(), &t.mesh);
+
+    // Only the last indexed point is watched (O(1) a call): an earlier point moved
+    // in place is still filed under its old place until Rebuild.
+    Twin e;
+    e.welder.InsertPoint(P(0, 0, 0));
+    e.welder.InsertPoint(P(1, 0, 0));
+    e.mesh.points[0] = P(2, 0, 0);
+    EXPECT_EQ(e.welder.FindPoint(P(2, 0, 0)), 0);
+    e.welder.Rebuild();
+    EXPECT_EQ(e.welder.FindPoint(P(2, 0, 0)), 1);
 }
 
 TEST(MeshWelder, BulkCallsMatchTheMeshIncludingRefusedPolygons) {
@@ -224,4 +234,13 @@ TEST(MeshWelder, BulkCallsMatchTheMeshIncludingRefusedPolygons) {
     EXPECT_EQ(std::vector<long>(indices, indices + 3), (std::vector<long>{4, 5, 4}));
     t.welder.InsertPoints(quad, 4, nullptr);  // welds without reporting
     EXPECT_EQ(t.mesh.points.size(), 5u);
+
+    // Corners that exactly fill the room reserved for them leave the index list where
+    // it is (the room is used up inclusively before it grows).
+    Twin r;
+    r.mesh.ReserveSpace(0, 1);
+    const std::vector<P> fan(r.mesh.polygonIndices.capacity(), P(2, 0, 0));
+    const long* before = r.mesh.polygonIndices.data();
+    r.welder.AddPolygon(static_cast<long>(fan.size()), fan.data());
+    EXPECT_EQ(r.mesh.polygonIndices.data(), before);
 }

@@ -96,6 +96,14 @@ TEST(TransformApply, PlaneMovesWithItsPoints) {
     EXPECT_EQ(xPlane.b, 0.0);
     EXPECT_EQ(xPlane.c, 0.0);
     EXPECT_EQ(xPlane.d, -1.0);
+    // A normal whose squared length is exactly DivideByZeroTolSq (1e-20) also counts
+    // as collapsed and stays unnormalised: pins the strict boundary.
+    const double tiny = 0x1.b7cdfd9d7bdb8p-34, tinier = 0x1p-59;  // tiny^2 + 2 tinier^2 rounds to 1e-20
+    CPlane faint;
+    faint.a = tiny;
+    faint.b = faint.c = tinier;
+    Scaling(1.0, {1, 0, 0}).Transform(faint);
+    EXPECT_EQ(faint.a, tiny);
 }
 
 TEST(TransformApply, RayReportsTheStretchOfItsDirection) {
@@ -151,6 +159,10 @@ TEST(TransformApply, BoxStaysOrderedUnderMirrorAndNegativeScale) {
     CBoundingBox3d same = b;
     CTransformation().Transform(same);
     EXPECT_EQ(Ranges(same), Ranges(b));
+    EXPECT_EQ(Ranges(Scaling(2.0) * Box(1, 1, 3, 4, 5, 6))[0], 2.0);  // x.min == x.max is not empty: strict
+    // Terms that tie (+0 and -0) go e2 to lo and e1 to hi, which decides the sign of
+    // a zero corner: here lo = -0 + +0 = +0.
+    EXPECT_FALSE(std::signbit((Scaling(1.0, {-0.0, 0, 0}) * Box(-0.0, 0.0, -2, -1, -2, -1)).x.min));
 
     // The result is the tight box of the eight transformed corners.
     plenar_test::SplitMix64 rng(99);

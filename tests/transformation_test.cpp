@@ -368,10 +368,38 @@ TEST(CTransformation, OrthogonalityMirroringAndValidity) {
     EXPECT_TRUE(Rows({1, 0, 0, 0.0009, 1, 0, 0, 0, 1}).IsOrthogonal());
     EXPECT_FALSE(Rows({1, 0, 0, 0, 1, 0, 0, 0.0011, 1}).IsOrthogonal());
     EXPECT_TRUE((T::Rotate(O, CUnitVector3d(1, 2, 3), 1) * T::Scale(5)).IsOrthogonal());
+    {
+        ToleranceGuard guard(0x1.02p-5);  // (1 + 2^-6)^2 - 1 exactly: pins the strict boundary
+        EXPECT_FALSE(Rows({1, 0, 0, 0, 1 + 0x1p-6, 0, 0, 0, 1}).IsOrthogonal());
+    }
+    {
+        // Each pair of rows (0-1, 0-2, 1-2) against the linear tolerance, strict; the
+        // load-time EqualTolSq (1e-6) lies below these dots.
+        ToleranceGuard guard(Tol10);
+        for (int k = 0; k < 3; ++k) {
+            T t = Rows({1, 0, 0, 0, 1, 0, 0, 0, 1});
+            t.matrix[k == 2 ? 5 : k + 1] = Tol10;  // entry (0,1), (0,2) or (1,2)
+            EXPECT_FALSE(t.IsOrthogonal()) << k;
+            t.matrix[k == 2 ? 5 : k + 1] = Tol10 / 2;
+            EXPECT_TRUE(t.IsOrthogonal()) << k;
+        }
+    }
     EXPECT_TRUE(T::Scale(2, 3, 4).IsOrthonormal());  // column lengths are not tested
     EXPECT_FALSE(Rows({1, 0.01, 0, 0, 1, 0, 0, 0, 1}).IsOrthonormal());
+    {
+        // A column (1, 2^-27) has a squared length that rounds to 1, so it stays as
+        // it is when normalised: each pair of columns (X-Y, X-Z, Y-Z) dots to exactly
+        // EqualTol, which is not orthonormal (strict); EqualTolSq (1e-6) lies above.
+        ToleranceGuard guard(0x1p-27);
+        for (int k = 0; k < 3; ++k) {
+            T t = Rows({1, 0, 0, 0, 1, 0, 0, 0, 1});
+            t.matrix[k == 2 ? 7 : 3 * (k + 1)] = 0x1p-27;  // entry (1,0), (2,0) or (2,1)
+            EXPECT_FALSE(t.IsOrthonormal()) << k;
+        }
+    }
     EXPECT_TRUE(T::Scale(-1, 1, 1).IsMirrored());
-    EXPECT_FALSE(T::Scale(-1).IsMirrored());  // the uniform scale is not part of it
+    EXPECT_FALSE(T::Scale(-1).IsMirrored());                       // the uniform scale is not part of it
+    EXPECT_FALSE(Rows({1, 1, 0, 0, 0, 0, 0, 0, 1}).IsMirrored());  // a flat frame (X = Y): strict
     for (int k = 0; k < 13; ++k) {
         T t = T::Scale(1e30);
         EXPECT_TRUE(t.IsValidObj());
