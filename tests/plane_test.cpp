@@ -322,6 +322,7 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     EXPECT_FALSE(pl.LeastSquaresFit(5, same.data()));
     EXPECT_FALSE(pl.LeastSquaresFit(2, square.data()));
     EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 1), 0));
+    EXPECT_TRUE(pl.LeastSquaresFit(3, square.data()));  // three points are enough
     // Lifting one corner by 0.01 breaks planarity; the fitted plane is still set.
     square[2].z += 0.01;
     EXPECT_TRUE(!pl.LeastSquaresFit(4, square.data()));
