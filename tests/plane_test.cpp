@@ -419,7 +419,7 @@ TEST(PlaneCalculator, CollectsThreeNonColinearPoints) {
     // Squared distance from the line against 1e-10: 5e-6 off (2.5e-11) is ignored, 1e-4 off is taken.
     EXPECT_TRUE(calc.AddPoint(P(3, 5e-6, 1)));
     EXPECT_EQ(calc.count, 2);
-    calc.AddPoint(P(2, 0x1.b1d6b0e5e63b6p-18, 1 + 0x1p-17));  // exactly 1e-10 off: ignored (strict)
+    calc.AddPoint(P(2, 0x1.b1d6b0e5e63b6p-18, 1 + 0x1p-17));  // squared distance exactly 1e-10: ignored (strict)
     EXPECT_EQ(calc.count, 2);
     EXPECT_TRUE(calc.AddPoint(P(3, 1e-4, 1)));
     EXPECT_EQ(calc.count, 3);
