@@ -56,6 +56,8 @@ TEST(Plane, ConstructionNormalisesAndKeepsDegenerateOffset) {
     // is the degenerate plane with d kept.
     EXPECT_TRUE(NearPlane(CPlane(1e-10, 0, 0, 1), Raw(1, 0, 0, 1e10), 1e-2));
     EXPECT_TRUE(NearPlane(CPlane(0.99e-10, 0, 0, 7), Raw(0, 0, 0, 7), 0));
+    // A squared length of exactly DivideByZeroTolSq is degenerate too (the test is strict).
+    EXPECT_TRUE(NearPlane(CPlane(0x1.8p-34, 0x1.acd27f29f1f83p-35, 0, 7), Raw(0, 0, 0, 7), 0));
     // Counter-clockwise seen from +z gives normal +z; colinear points none.
     EXPECT_TRUE(NearPlane(CPlane(P(0, 0, 3), P(2, 0, 3), P(0, 5, 3)), Raw(0, 0, 1, -3), 0));
     EXPECT_TRUE(NearPlane(CPlane(P(0, 0, 3), P(0, 5, 3), P(2, 0, 3)), Raw(0, 0, -1, 3), 0));
@@ -102,6 +104,8 @@ TEST(Plane, RayIntersectionUsesSquaredToleranceAndAcceptsNegativeParameters) {
     const CRay3d grazing(P(0, 0, 3), CUnitVector3d(1, 0, 1e-5));
     ASSERT_TRUE(grazing.IntersectWith(z2, t));
     EXPECT_NEAR(t, -1e5, 1e-5);
+    EXPECT_TRUE(z2.IntersectWith(grazing, p));
+    EXPECT_TRUE(z2.IntersectWith(grazing.origin, grazing.direction, p));
     EXPECT_FALSE(grazing.IntersectWith(z2, t, EqualTol));
     // An explicit tolerance is strict: |cos| equal to it still intersects.
     const CRay3d tilted(P(0, 0, 0), CUnitVector3d(0.6, 0, 0.8));
@@ -116,6 +120,8 @@ TEST(Plane, IntersectionOfTwoPlanesLiesOnBoth) {
     EXPECT_TRUE(NearPlane(Raw(line.origin.x, line.origin.z, line.direction.y, 0), Raw(3, 2, 1, 0), 1e-15));
     EXPECT_FALSE(CPlane(0, 0, 1, -2).IntersectWith(CPlane(0, 0, -1, 7), line));
     EXPECT_NEAR(line.origin.x, 3, 1e-15);  // untouched
+    // Planes 2^-12 apart in angle still meet: the walk to the common line uses EqualTolSq.
+    EXPECT_TRUE(CPlane(0, 0, 1, 0).IntersectWith(CPlane(0x1p-12, 0, 1, 0), line));
     plenar_test::SplitMix64 rng(17);
     plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 200; ++i) {
@@ -173,7 +179,8 @@ TEST(Plane, IsAboveAxisBranchesKeepMarginAndCornerRuleAnswersTrue) {
         {CPlane(0, 1, 0, -4), Box(0, 1, 0, 4 - h, 0, 1), false},
         {CPlane(0, -1, 0, 4), Box(0, 1, 4 + tol, 5, 0, 1), true},
         {CPlane(0, -1, 0, 4), Box(0, 1, 4 + h, 5, 0, 1), false},
-        {Raw(0, 0, 1 - h, -4), Box(0, 1, 0, 1, 0, 4 - tol), true},  // within EqualTol of an axis
+        {Raw(0, 0, 1 - h, -4), Box(0, 1, 0, 1, 0, 4 - tol), true},     // within EqualTol of an axis
+        {Raw(0, 0, 1 - tol, -4), Box(0, 1, 0, 1, 0, 4 - tol), false},  // exactly EqualTol off: oblique (strict)
         // With two raw components at 1 the earlier of c, a, b decides.
         {Raw(1, 0, 1, -2), Box(0, 10, 0, 1, 0, 1), true},
         {Raw(0, 1, 1, -2), Box(0, 1, 0, 10, 0, 1), true},
@@ -185,6 +192,11 @@ TEST(Plane, IsAboveAxisBranchesKeepMarginAndCornerRuleAnswersTrue) {
         {CPlane(1, 1, 1, 0), Box(-10, -9, -10, -9, -10, -9), true},
         {CPlane(1, 1, 1, 0), Box(-1, 0, -1, 0, -1, 0), false},
         {CPlane(1, 1, 1, 0), Box(-1, 0.1, -1, 0, -1, 0), true},
+        // The centre exactly on the plane is inconclusive: the corners decide.
+        {CPlane(1, 1, 1, 0), Box(-1, 1, -1, 1, -1, 1), true},
+        // A point box on the plane: its distance equals its (zero) diagonal, which is
+        // inconclusive, and no corner is strictly above.
+        {CPlane(1, 1, 1, 0), Box(0, 0, 0, 0, 0, 0), false},
     };
     for (const auto& c : cases) EXPECT_EQ(c.pl.IsAbove(c.box), c.above) << (&c - cases);
 }
@@ -199,7 +211,7 @@ TEST(Plane, CanonicalFormDecidesByDFirst) {
     } cases[] = {{CPlane(0, 0, -1, 0), 0, 0, 1}, {CPlane(0, 0, 1, -5), 0, 0, -1}, {CPlane(0, 0, -1, 5), 0, 0, -1},
                  {CPlane(0, 0, -1, h), 0, 0, 1}, {CPlane(0, -1, 0, 0), 0, 1, 0},  {CPlane(-1, 0, 0, 0), 1, 0, 0},
                  {CPlane(1, 0, 0, 0), 1, 0, 0},  {CPlane(0, 0, -1, e), 0, 0, -1}, {CPlane(0, 0, 1, -e), 0, 0, -1},
-                 {Raw(0, 0, -2, 0), 0, 0, 1}};
+                 {Raw(0, 0, -2, 0), 0, 0, 1},    {Raw(-e, 0, 0, 0), 1, 0, 0}};
     for (const auto& c : cases) {
         EXPECT_TRUE(NearXyz(c.pl.GetCanonicalNormal(), P(c.x, c.y, c.z), 0)) << (&c - cases);
     }
@@ -238,6 +250,14 @@ TEST(Plane, EqualsOrientedAndUnoriented) {
     const double h = 0.5 * EqualTol;
     EXPECT_TRUE(Raw(0, 0, 1, h).Equals(Raw(0, 0, -1, h), false, 0.01));
     EXPECT_FALSE(Raw(0, 0, 1, h).Equals(Raw(0, 0, -1, h), true, 0.01));
+    // |d| exactly EqualTol is away from the origin (strict): the equal signs of d keep
+    // the opposite normals apart.
+    EXPECT_FALSE(Raw(0, 0, 1, EqualTol).Equals(Raw(0, 0, -1, EqualTol), false, 0.01));
+    // Perpendicular normals through the origin are compared as given, not negated.
+    EXPECT_FALSE(Raw(0.5, 0.5, 0.5, 0).Equals(Raw(0.5, 0.5, -1, 0), false, 1.0));
+    // With EqualTol 0 a zero d of this plane is decided by sign, as non-negative.
+    plenar_test::ToleranceGuard exact(0.0);
+    EXPECT_TRUE(Raw(0, 0, 1, 0).Equals(Raw(0, 0, 1, 0.5), false, 1.0));
 }
 
 TEST(Plane, MovingOffsettingAndReversing) {
@@ -252,6 +272,7 @@ TEST(Plane, MovingOffsettingAndReversing) {
     raw += CVector3d(0, 0, 3);
     EXPECT_EQ(raw.d, -3.0);
     EXPECT_EQ(CPlane(0, 0, 1, -0.5 * EqualTol).GetPoint().z, 0.0);
+    EXPECT_EQ(CPlane(0, 0, 1, -EqualTol).GetPoint().z, EqualTol);  // the origin only strictly within
     EXPECT_EQ(CPlane(0, 0, 1, -2).GetPoint().z, 2.0);
 }
 
@@ -301,10 +322,15 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     EXPECT_FALSE(pl.LeastSquaresFit(5, same.data()));
     EXPECT_FALSE(pl.LeastSquaresFit(2, square.data()));
     EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 1), 0));
+    EXPECT_TRUE(pl.LeastSquaresFit(3, square.data()));  // three points are enough
     // Lifting one corner by 0.01 breaks planarity; the fitted plane is still set.
     square[2].z += 0.01;
     EXPECT_TRUE(!pl.LeastSquaresFit(4, square.data()));
     EXPECT_TRUE(pl.c > 0.99);
+    // A bowtie's fan area vector is zero: only a negative winding reverses the fit.
+    const std::vector<P> bowtie = {{0, 0, 1}, {1, 1, 1}, {1, 0, 1}, {0, 1, 1}};
+    ASSERT_TRUE(pl.LeastSquaresFit(4, bowtie.data()));
+    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, 1, -1), 0));
     // The x and y coordinate planes use the other regression axes, far from the origin.
     const double far = 1e5;
     std::vector<P> xPlane = {{far, 0, 0}, {far, 2, 0}, {far, 2, 3}, {far, 0, 3}};
@@ -331,6 +357,51 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     }
 }
 
+TEST(Plane, EvaluatePicksTheFirstOfEqualCandidatesAndKeepsItsThresholds) {
+    const double t = 1e-10;
+    const struct {
+        std::vector<P> pts;
+        CPlane expected;
+    } cases[] = {
+        // Extents x and z tie at t (x wins). The chord runs from the first lowest x to the
+        // first highest and is exactly DivideByZeroTol long (usable). The second point lies
+        // at squared distance exactly 1e-20 from it (on it); the third and the last are
+        // both exactly DivideByZeroTol off (usable), and the earlier one spans the plane.
+        {{{0, 0, 0}, {0, 0x1.8p-34, 0x1.acd27f29f1f83p-35}, {t / 2, 0, t}, {t, 0, 0}, {t, 0, t}}, Raw(0, 1, 0, 0)},
+        // Extents y and z tie above x: y wins. All three tie: x wins.
+        {{{1, 1, 0}, {0, 0, 2}, {0, 2, 0}, {0, 0, 0}}, Raw(-1, 0, 0, 0)},
+        {{{0, 0, 0}, {0, 0, 1}, {0, 1, 0}, {1, 0, 0}}, Raw(0, 1, 0, 0)},
+    };
+    for (const auto& c : cases) {
+        std::vector<P> pts = c.pts;
+        CPlane pl;
+        ASSERT_TRUE(pl.Evaluate(pts.data(), static_cast<int>(pts.size()))) << (&c - cases);
+        EXPECT_TRUE(NearPlane(pl, c.expected, 0)) << (&c - cases);
+    }
+}
+
+TEST(Plane, LeastSquaresSolverRegressesTheAxisOfTheLargestDeterminant) {
+    // Centred moments (xx, yy, zz, xy, xz, yz) whose largest 2x2 determinant is exactly
+    // the threshold 1e-10 (accepted: inclusive). On a tie z is regressed before y, y
+    // before x, which decides the sign of the normal.
+    const double h = 1 / std::sqrt(2.0);
+    const struct {
+        double xx, yy, zz, xy, xz, yz;
+        CPlane expected;
+    } cases[] = {
+        {1e-10, 1, 1, 0, 0, 1, Raw(0, -h, h, 0)},  // dz == dy > dx
+        {1, 1e-10, 1, 0, 1, 0, Raw(-h, 0, h, 0)},  // dz == dx > dy
+        {1, 1, 1e-10, 1, 0, 0, Raw(-h, h, 0, 0)},  // dy == dx > dz
+        {0, 1e-10, 1, 0, 0, 0, Raw(1, 0, 0, 0)},   // dx alone
+    };
+    for (const auto& c : cases) {
+        CPlane pl = Raw(7, 7, 7, 7);
+        ASSERT_TRUE(CPlane::ComputeLSF(pl.a, pl.b, pl.c, pl.d, 0, 0, 0, c.xx, c.yy, c.zz, c.xy, c.xz, c.yz, 1))
+            << (&c - cases);
+        EXPECT_TRUE(NearPlane(pl, c.expected, 1e-15)) << (&c - cases);
+    }
+}
+
 TEST(PlaneCalculator, CollectsThreeNonColinearPoints) {
     CPlaneCalculator calc;
     EXPECT_EQ(calc.count, 0);
@@ -347,6 +418,8 @@ TEST(PlaneCalculator, CollectsThreeNonColinearPoints) {
     EXPECT_TRUE(NearPlane(pl, Raw(0, 1, 0, 9), 0));
     // Squared distance from the line against 1e-10: 5e-6 off (2.5e-11) is ignored, 1e-4 off is taken.
     EXPECT_TRUE(calc.AddPoint(P(3, 5e-6, 1)));
+    EXPECT_EQ(calc.count, 2);
+    calc.AddPoint(P(2, 0x1.b1d6b0e5e63b6p-18, 1 + 0x1p-17));  // squared distance exactly 1e-10: ignored (strict)
     EXPECT_EQ(calc.count, 2);
     EXPECT_TRUE(calc.AddPoint(P(3, 1e-4, 1)));
     EXPECT_EQ(calc.count, 3);
