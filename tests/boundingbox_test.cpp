@@ -33,13 +33,17 @@ TEST(Range, EmptyConventionToleranceBoundariesAndGrowth) {
     EXPECT_TRUE(CRange().IsEmpty());
     EXPECT_TRUE(CRange().IsValidObj());
     EXPECT_FALSE(CRange(2, 2).IsEmpty());  // strict: a single value is a range
+    // A single value has no extent without a subtraction, even at infinity.
+    EXPECT_EQ(CRange(INFINITY, INFINITY).Extent(), 0.0);
     EXPECT_FALSE(CRange(-INFINITY, 0).IsValidObj());
     // Interior tests are inclusive at exactly EqualTol.
     EXPECT_TRUE(CRange(0, 1).ContainsInInterior(0.001));
     EXPECT_TRUE(CRange(-1, 0).ContainsInInterior(-0.001));
     EXPECT_TRUE(CRange(0, 5).ContainsInInterior(CRange(0.001, 1)));
+    EXPECT_TRUE(CRange(-1, 0).ContainsInInterior(CRange(-0.5, -0.001)));
     EXPECT_FALSE(CRange(0, 1).ContainsInInterior(0.0009));
     EXPECT_FALSE(CRange(0, 5).ContainsInInterior(CRange(0.0009, 1)));
+    EXPECT_FALSE(CRange(0, 5).ContainsInInterior(CRange(1, 4.9995)));
 
     EXPECT_TRUE(CRange(0, 1).Intersects(CRange(1, 2)));
     EXPECT_TRUE(!CRange(0, 1).Intersects(CRange()));  // closed
