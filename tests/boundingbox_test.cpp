@@ -20,6 +20,8 @@ namespace {
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const Box kUnit(P3(0, 0, 0), P3(1, 1, 1));
+// kTinyX^2 + kTinyY^2 is exactly DivideByZeroTolSq (1e-20).
+const double kTinyX = 0x1.8p-34, kTinyY = 0x1.acd27f29f1f83p-35;
 
 CRange Expanded(CRange r, double by) {
     r.Expand(by);
@@ -46,9 +48,13 @@ TEST(Range, EmptyConventionToleranceBoundariesAndGrowth) {
     EXPECT_FALSE(CRange(0, 5).ContainsInInterior(CRange(1, 4.9995)));
 
     EXPECT_TRUE(CRange(0, 1).Intersects(CRange(1, 2)));
+    EXPECT_TRUE(CRange(1, 2).Intersects(CRange(0, 1)));
     EXPECT_TRUE(!CRange(0, 1).Intersects(CRange()));  // closed
     EXPECT_TRUE(CRange(0, 1).IntersectsInTolerance(CRange(1.0015, 2), 0.001));
     EXPECT_FALSE(CRange(0, 1).IntersectsInTolerance(CRange(1.0025, 2), 0.001));
+    // A gap of exactly 2 * tol still meets, on either side.
+    EXPECT_TRUE(CRange(0, 1).IntersectsInTolerance(CRange(1.5, 2), 0.25));
+    EXPECT_TRUE(CRange(1.5, 2).IntersectsInTolerance(CRange(0, 1), 0.25));
     EXPECT_FALSE(CRange(-1e31, 1e31).IntersectsInTolerance(CRange(), 0.001));
 
     // Overlaps needs at least EqualTol of common length, on either side.
@@ -69,7 +75,12 @@ TEST(Range, EmptyConventionToleranceBoundariesAndGrowth) {
     EXPECT_TRUE(SameRange(r, CRange(3, 3)));
     EXPECT_TRUE(SameRange(r + CRange(-1, 0), CRange(-1, 3)));
     EXPECT_TRUE(SameRange(r.Union(CRange(5, 4)), r));
+    // Only a larger value moves an end: +0 does not replace a top end of -0.
+    CRange negativeZero(-1, -0.0);
+    negativeZero += 0.0;
+    EXPECT_TRUE(std::signbit(negativeZero.max));
     EXPECT_TRUE(SameRange(CRange(0, 1).Intersect(CRange(1, 2)), CRange(1, 1)));  // touching
+    EXPECT_TRUE(SameRange(CRange(1, 2).Intersect(CRange(0, 1)), CRange(1, 1)));
     for (const CRange& r : {CRange(2, 3), CRange()}) EXPECT_TRUE(CRange(0, 1).Intersect(r).IsEmpty()) << r.min;
     EXPECT_TRUE(SameRange(Expanded(CRange(), 5), CRange()));
     EXPECT_TRUE(SameRange(Expanded(CRange(0, 1), -0.25), CRange(0.25, 0.75)));
@@ -86,6 +97,8 @@ TEST(BoundingBox3d, GrowingMergingAndIntersecting) {
     EXPECT_TRUE(box.Contains(P3(1, 2, 3)));
     box += P3(4, 6, 3);
     EXPECT_EQ(box.GetDiagonal(), 5.0);
+    // A squared diagonal of exactly DivideByZeroTolSq still counts as none (strict).
+    EXPECT_EQ(Box(P3(0, 0, 0), P3(kTinyX, kTinyY, 0)).GetDiagonal(), 0.0);
     EXPECT_TRUE(box.GetMidPoint().Equals(P3(2.5, 4, 3), 1e-15));
     // Empty axes of an added box are skipped one by one.
     EXPECT_TRUE(
@@ -140,6 +153,7 @@ TEST(BoundingBox3d, BoxTestsAndWhichAxesTheyCheckForEmptiness) {
     const Box faceNeighbour(P3(1, 0, 0), P3(2, 1, 1));
     Box out = kUnit;
     EXPECT_TRUE(kUnit.Intersects(faceNeighbour));
+    EXPECT_TRUE(faceNeighbour.Intersects(kUnit));
     EXPECT_FALSE(kUnit.Overlaps(faceNeighbour, out));  // thinner than EqualTol
     EXPECT_TRUE(SameBox3(out, Box()));
     EXPECT_TRUE(kUnit.IntersectsInTolerance(Box(P3(0, 0, 1.0015), P3(1, 1, 2)), 0.001));
@@ -262,6 +276,7 @@ TEST(BoundingBox2d, MembersAndEmptinessFreeBoxContainment) {
     box += P2(0, 0);
     box.Add(P2(3, 4));
     EXPECT_EQ(box.GetDiagonal(), 5.0);
+    EXPECT_EQ(CBoundingBox2d(P2(0, 0), P2(kTinyX, kTinyY)).GetDiagonal(), 0.0);  // strict, as in 3D
     EXPECT_EQ(box.GetCenter().y, 2.0);
     EXPECT_TRUE(NearXy(box.GetCorner(1), P2(3, 0), 0));
     EXPECT_EQ(box.GetCorner(2).y, 4);

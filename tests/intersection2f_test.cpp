@@ -72,6 +72,9 @@ TEST(IntersectionPoint2f, EqualityToleranceOnParametersAndPoint) {
     EXPECT_TRUE(a == IntersectionPoint2f(CPoint2f(1 + d, 1), 0.0f, 0.5f));
     EXPECT_FALSE(a == IntersectionPoint2f(CPoint2f(1 + d, 1 + d), 0.0f, 0.5f));  // sqrt(2)*d apart
     EXPECT_FALSE(a == IntersectionPoint2f(CPoint2f(1.002f, 1), 0.0f, 0.5f));
+    // Exactly EqualTol apart (in float) passes the coordinate test but not the strict distance test.
+    const IntersectionPoint2f o(CPoint2f(0, 0), 0.0f, 0.5f);
+    EXPECT_FALSE(o == IntersectionPoint2f(CPoint2f(0.001f, 0), 0.0f, 0.5f));
     {
         ToleranceGuard tol(0.01);
         EXPECT_TRUE(a == IntersectionPoint2f(CPoint2f(1.005f, 1.005f), 0.0f, 0.5f));
@@ -119,6 +122,7 @@ TEST(CurveIntersections2f, AddDropsNearDuplicatesAndSortsEitherWay) {
     set.SwapParameters();
     for (int i = 0; i < 4; ++i) EXPECT_EQ(set.points[i].t1, byT2[i]);
     EXPECT_TRUE(Parameter1Less(set.points[0], set.points[1]));
+    EXPECT_FALSE(Parameter1Less(set.points[0], set.points[0]));  // a strict order, as sorting needs
     EXPECT_FALSE(Parameter2Less(set.points[0], set.points[0]));
 }
 

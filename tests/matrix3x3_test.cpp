@@ -36,6 +36,10 @@ TEST(CMatrix3x3, FactoriesActOnRowVectorsLeftFactorFirst) {
     EXPECT_EQ(V(q, q + 3), (V{6, 8, 1}));
     CMatrix3x3::Shearing(2.0, 3.0).Transform(q);  // x + 2y, 3x + y
     EXPECT_EQ(V(q, q + 2), (V{22, 26}));
+    const double rows[3][3] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
+    CMatrix3x3 set;
+    set.Set(rows);  // row by row
+    EXPECT_EQ(Elements(set), (V{1, 2, 3, 4, 5, 6, 7, 8, 9}));
 }
 
 TEST(CMatrix3x3, ProductsNormaliseOnlyAffineResults) {
@@ -51,6 +55,7 @@ TEST(CMatrix3x3, ProductsNormaliseOnlyAffineResults) {
         EXPECT_EQ((a * id).m[8], 1.0) << k;
     }
     EXPECT_TRUE(Make({1, 0, 0, 0, 1, 0, 0, 0, EqualTolSq / 2}).IsProjective());  // a vanishing m[8] is not affine
+    EXPECT_TRUE(Make({1, 0, 0, 0, 1, 0, 0, 0, EqualTolSq}).IsAffine());  // exactly EqualTolSq: not vanishing (strict)
 
     // Normalize multiplies by the reciprocal of m[8], which is not the same as dividing.
     CMatrix3x3 a = Make({5, 0, 0, 0, 1, 0, 0, 0, 3});
