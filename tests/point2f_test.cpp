@@ -131,6 +131,7 @@ TEST(Vector2f, IsZeroAndSetLengthGuardInDouble) {
     {
         ToleranceGuard tol(0.125);
         EXPECT_FALSE(CVector2f(-0.125f, 0).IsZero());
+        EXPECT_FALSE(CVector2f(0, 0.125f).IsZero());
     }
     ToleranceGuard tol(kTolAboveItsFloat);
     EXPECT_TRUE(CVector2f(kF, 0).IsZero());
@@ -145,8 +146,9 @@ TEST(Line2f, CrossProductTestsAreStrictAgainstTheFloatTolerance) {
     const CPoint2f o(1, 1);
     const CVector2f d(1, 2);
     EXPECT_TRUE(AreColinear(CPoint2f(3, 5), CVector2f(-2, -4), o, d));
-    EXPECT_FALSE(AreColinear(CPoint2f(3, 5.1f), CVector2f(-2, -4), o, d));  // offset
-    EXPECT_FALSE(AreColinear(CPoint2f(3, 5), CVector2f(2, 4.1f), o, d));    // direction
+    EXPECT_FALSE(AreColinear(CPoint2f(3, 5.1f), CVector2f(-2, -4), o, d));                         // offset
+    EXPECT_FALSE(AreColinear(CPoint2f(3, 5), CVector2f(2, 4.1f), o, d));                           // direction
+    EXPECT_TRUE(AreColinear(CPoint2f(0, 0.0005f), CVector2f(1, 0), CPoint2f(), CVector2f(1, 0)));  // within EqualTol
 
     ToleranceGuard tol(kTolAboveItsFloat);
     EXPECT_FALSE(AreParallel(CVector2f(1, 0), CVector2f(1, kF)));

@@ -118,6 +118,7 @@ TEST(CPoint3d, DistancesAndMembership) {
     const CUnitVector3d z(0, 0, 1);
     EXPECT_EQ(P(1, 2, 3).DistanceTo(P(0, 0, 7), z), std::sqrt(5.0));
     EXPECT_EQ(P(1e-11, 0, 3).DistanceTo(o, z), 0.0);
+    EXPECT_EQ(P(boundary.x, boundary.y, 3).DistanceTo(o, z), 0.0);     // at the guard, as for points
     EXPECT_EQ(P(1e-11, 0, 3).DistanceSquaredTo(o, z), 1e-11 * 1e-11);  // unguarded
 
     plenar_test::ToleranceGuard guard(0.125);
