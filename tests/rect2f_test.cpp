@@ -81,6 +81,7 @@ TEST(Rect2f, ContainmentAndOverlapAreClosed) {
     for (int i = 0; i < 4; ++i) EXPECT_TRUE(r.Contains(r.GetCorner(i))) << i;
     EXPECT_FALSE(r.Contains(CPoint2f(kAbove2, 0.5f)));
     EXPECT_TRUE(r.Contains(CPoint2f(-0.5f, 1.5f), 0.5f));
+    EXPECT_TRUE(r.Contains(CPoint2f(2.5f, -0.5f), 0.5f));
     EXPECT_TRUE(!r.Contains(CPoint2f(std::nextafter(-0.5f, -1.0f), 1), 0.5f));
     EXPECT_FALSE(CRect2f::EmptyRect.Contains(CPoint2f(), 100));
     EXPECT_TRUE(r.Contains(CRect2f(1, 0, 1, 1)));
