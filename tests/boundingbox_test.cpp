@@ -20,8 +20,6 @@ namespace {
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const Box kUnit(P3(0, 0, 0), P3(1, 1, 1));
-// kTinyX^2 + kTinyY^2 is exactly DivideByZeroTolSq (1e-20).
-const double kTinyX = 0x1.8p-34, kTinyY = 0x1.acd27f29f1f83p-35;
 
 CRange Expanded(CRange r, double by) {
     r.Expand(by);
@@ -98,7 +96,7 @@ TEST(BoundingBox3d, GrowingMergingAndIntersecting) {
     box += P3(4, 6, 3);
     EXPECT_EQ(box.GetDiagonal(), 5.0);
     // A squared diagonal of exactly DivideByZeroTolSq still counts as none (strict).
-    EXPECT_EQ(Box(P3(0, 0, 0), P3(kTinyX, kTinyY, 0)).GetDiagonal(), 0.0);
+    EXPECT_EQ(Box(P3(0, 0, 0), P3(kAtDivideGuardX, kAtDivideGuardY, 0)).GetDiagonal(), 0.0);
     EXPECT_TRUE(box.GetMidPoint().Equals(P3(2.5, 4, 3), 1e-15));
     // Empty axes of an added box are skipped one by one.
     EXPECT_TRUE(
@@ -276,7 +274,7 @@ TEST(BoundingBox2d, MembersAndEmptinessFreeBoxContainment) {
     box += P2(0, 0);
     box.Add(P2(3, 4));
     EXPECT_EQ(box.GetDiagonal(), 5.0);
-    EXPECT_EQ(CBoundingBox2d(P2(0, 0), P2(kTinyX, kTinyY)).GetDiagonal(), 0.0);  // strict, as in 3D
+    EXPECT_EQ(CBoundingBox2d(P2(0, 0), P2(kAtDivideGuardX, kAtDivideGuardY)).GetDiagonal(), 0.0);  // strict, as in 3D
     EXPECT_EQ(box.GetCenter().y, 2.0);
     EXPECT_TRUE(NearXy(box.GetCorner(1), P2(3, 0), 0));
     EXPECT_EQ(box.GetCorner(2).y, 4);

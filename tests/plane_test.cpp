@@ -57,7 +57,8 @@ TEST(Plane, ConstructionNormalisesAndKeepsDegenerateOffset) {
     EXPECT_TRUE(NearPlane(CPlane(1e-10, 0, 0, 1), Raw(1, 0, 0, 1e10), 1e-2));
     EXPECT_TRUE(NearPlane(CPlane(0.99e-10, 0, 0, 7), Raw(0, 0, 0, 7), 0));
     // A squared length of exactly DivideByZeroTolSq is degenerate too (the test is strict).
-    EXPECT_TRUE(NearPlane(CPlane(0x1.8p-34, 0x1.acd27f29f1f83p-35, 0, 7), Raw(0, 0, 0, 7), 0));
+    EXPECT_TRUE(
+        NearPlane(CPlane(plenar_test::kAtDivideGuardX, plenar_test::kAtDivideGuardY, 0, 7), Raw(0, 0, 0, 7), 0));
     // Counter-clockwise seen from +z gives normal +z; colinear points none.
     EXPECT_TRUE(NearPlane(CPlane(P(0, 0, 3), P(2, 0, 3), P(0, 5, 3)), Raw(0, 0, 1, -3), 0));
     EXPECT_TRUE(NearPlane(CPlane(P(0, 0, 3), P(0, 5, 3), P(2, 0, 3)), Raw(0, 0, -1, 3), 0));
@@ -367,7 +368,12 @@ TEST(Plane, EvaluatePicksTheFirstOfEqualCandidatesAndKeepsItsThresholds) {
         // first highest and is exactly DivideByZeroTol long (usable). The second point lies
         // at squared distance exactly 1e-20 from it (on it); the third and the last are
         // both exactly DivideByZeroTol off (usable), and the earlier one spans the plane.
-        {{{0, 0, 0}, {0, 0x1.8p-34, 0x1.acd27f29f1f83p-35}, {t / 2, 0, t}, {t, 0, 0}, {t, 0, t}}, Raw(0, 1, 0, 0)},
+        {{{0, 0, 0},
+          {0, plenar_test::kAtDivideGuardX, plenar_test::kAtDivideGuardY},
+          {t / 2, 0, t},
+          {t, 0, 0},
+          {t, 0, t}},
+         Raw(0, 1, 0, 0)},
         // Extents y and z tie above x: y wins. All three tie: x wins.
         {{{1, 1, 0}, {0, 0, 2}, {0, 2, 0}, {0, 0, 0}}, Raw(-1, 0, 0, 0)},
         {{{0, 0, 0}, {0, 0, 1}, {0, 1, 0}, {1, 0, 0}}, Raw(0, 1, 0, 0)},

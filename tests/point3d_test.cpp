@@ -109,7 +109,7 @@ TEST(CPoint3d, EqualsIsStrictAndSphericalWhileOrderIsInclusive) {
 
 TEST(CPoint3d, DistancesAndMembership) {
     const P o(0, 0, 0);
-    const P boundary(6e-11, 7.9999999999999995e-11, 0);
+    const P boundary(plenar_test::kAtDivideGuardX, plenar_test::kAtDivideGuardY, 0);
     ASSERT_EQ(o.DistanceSquaredTo(boundary), g::DivideByZeroTolSq);
     EXPECT_EQ(o.DistanceTo(boundary), 0.0);  // at the guard counts as zero
     EXPECT_EQ(o.DistanceTo(P(0, 1e-10, 0)), 1e-10);

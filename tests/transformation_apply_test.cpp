@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "support/random.h"
+#include "support/tolerance_guard.h"
 
 using namespace velmor::geometry;
 using P = CPoint3d;
@@ -98,12 +99,12 @@ TEST(TransformApply, PlaneMovesWithItsPoints) {
     EXPECT_EQ(xPlane.d, -1.0);
     // A normal whose squared length is exactly DivideByZeroTolSq (1e-20) also counts
     // as collapsed and stays unnormalised: pins the strict boundary.
-    const double tiny = 0x1.b7cdfd9d7bdb8p-34, tinier = 0x1p-59;  // tiny^2 + 2 tinier^2 rounds to 1e-20
     CPlane faint;
-    faint.a = tiny;
-    faint.b = faint.c = tinier;
+    faint.a = plenar_test::kAtDivideGuardX;
+    faint.b = plenar_test::kAtDivideGuardY;
+    faint.c = 0;
     Scaling(1.0, {1, 0, 0}).Transform(faint);
-    EXPECT_EQ(faint.a, tiny);
+    EXPECT_EQ(faint.a, plenar_test::kAtDivideGuardX);
 }
 
 TEST(TransformApply, RayReportsTheStretchOfItsDirection) {

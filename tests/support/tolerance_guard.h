@@ -42,6 +42,11 @@ private:
     double saved_ = velmor::geometry::EqualTolSq;
 };
 
+// Components whose squares sum to exactly DivideByZeroTolSq (1e-20): the vector
+// (kAtDivideGuardX, kAtDivideGuardY, 0) has a squared length exactly on the
+// library's divide-by-zero guard, in either order of the sum.
+constexpr double kAtDivideGuardX = 0x1.8p-34, kAtDivideGuardY = 0x1.acd27f29f1f83p-35;
+
 }  // namespace plenar_test
 
 #endif
