@@ -69,19 +69,14 @@ TEST(TransformApply, PlaneMovesWithItsPoints) {
         x.Transform(above);
         EXPECT_GT(moved.SignedDistance(above) * before * x.scale, 0.0);
     }
-    // x = 1 under a stretch of x by 2 and a shift by 3 becomes x = 5; the array form
-    // is not renormalised: (1/2, 0, 0, -5/2).
+    // The array form is not renormalised: x = 1 under a stretch of x by 2 and a
+    // shift by 3 becomes (1/2, 0, 0, -5/2).
     const CTransformation stretch = Affine({2, 0, 0, 0, 1, 0, 0, 0, 1}, {3, 0, 0}, 1.0);
-    CPlane x1(1, 0, 0, -1);
-    stretch.Transform(x1);
-    EXPECT_NEAR(x1.a, 1.0, 1e-15);
-    EXPECT_NEAR(x1.d, -5.0, 1e-15);
     double eq[4] = {1, 0, 0, -1}, eq2[4] = {0, 0, 1, -1};
     stretch.Transform(eq);
     Scaling(2.0).Transform(eq2);  // a uniform scale enters through d
     EXPECT_NEAR(eq[0], 0.5, 1e-15);
     EXPECT_NEAR(eq[3], -2.5, 1e-15);
-    EXPECT_NEAR(eq2[2], 1.0, 1e-15);
     EXPECT_NEAR(eq2[3], -2.0, 1e-15);
 
     CPlane raw;  // the identity leaves even an unnormalised plane as it is
@@ -89,14 +84,10 @@ TEST(TransformApply, PlaneMovesWithItsPoints) {
     raw.d = 3.0;
     CTransformation().Transform(raw);
     EXPECT_EQ(raw.c, 2.0);
-    EXPECT_EQ(raw.d, 3.0);
-    // A singular transformation transforms with itself; the collapsed normal stays unnormalised.
+    // A singular transformation collapses the normal, which stays unnormalised.
     CPlane xPlane(1, 0, 0, -1);
     Affine({0, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 0}, 1.0).Transform(xPlane);
     EXPECT_EQ(xPlane.a, 0.0);
-    EXPECT_EQ(xPlane.b, 0.0);
-    EXPECT_EQ(xPlane.c, 0.0);
-    EXPECT_EQ(xPlane.d, -1.0);
     // A normal whose squared length is exactly DivideByZeroTolSq (1e-20) also counts
     // as collapsed and stays unnormalised: pins the strict boundary.
     CPlane faint;
@@ -110,16 +101,9 @@ TEST(TransformApply, PlaneMovesWithItsPoints) {
 TEST(TransformApply, RayReportsTheStretchOfItsDirection) {
     CRay3d r(P(1, 2, 3), CUnitVector3d(0, 0.6, 0.8));
     EXPECT_DOUBLE_EQ(Scaling(2.0).Transform(r), 2.0);
-    EXPECT_NEAR(r.origin.z, 6.0, 1e-15);
-    EXPECT_NEAR(r.direction.y, 0.6, 1e-15);
-    EXPECT_TRUE(r.IsValidObj());
     CRay3d s(P(0, 0, 0), CUnitVector3d(0, 0.6, 0.8));
     EXPECT_DOUBLE_EQ(Affine({1, 0, 0, 0, 2, 0, 0, 0, 3}, {5, 0, 0}, 1.0).Transform(s),
                      std::sqrt(1.2 * 1.2 + 2.4 * 2.4));
-    EXPECT_EQ(s.origin.x, 5.0);
-    CRay3d same(P(1, 2, 3), CUnitVector3d(1, 0, 0));
-    EXPECT_EQ(CTransformation().Transform(same), 1.0);
-    EXPECT_EQ(same.origin.x, 1.0);
 
     // operator* works on a copy; operator*= transforms the direction as a vector,
     // which agrees with the two-point form up to rounding.
@@ -147,7 +131,6 @@ TEST(TransformApply, BoxStaysOrderedUnderMirrorAndNegativeScale) {
     const CBoundingBox3d unit = Box(0, 1, 0, 1, 0, 1);
     const std::vector<double> turned = Ranges(turn * unit), expected = {-s, c, 0, s + c, 0, 1};
     for (int k = 0; k < 6; ++k) EXPECT_NEAR(turned[k], expected[k], 1e-15) << k;
-    EXPECT_EQ(unit.x.max, 1.0);  // operator* leaves its argument alone
 
     const CBoundingBox3d b = Box(1, 2, 3, 4, 5, 6);
     EXPECT_EQ(Ranges(Scaling(-1.0) * b), (std::vector<double>{-2, -1, -4, -3, -6, -5}));
@@ -157,9 +140,6 @@ TEST(TransformApply, BoxStaysOrderedUnderMirrorAndNegativeScale) {
     CBoundingBox3d empty;
     empty.Clear();
     EXPECT_EQ(Ranges(turn * empty), Ranges(empty));
-    CBoundingBox3d same = b;
-    CTransformation().Transform(same);
-    EXPECT_EQ(Ranges(same), Ranges(b));
     EXPECT_EQ(Ranges(Scaling(2.0) * Box(1, 1, 3, 4, 5, 6))[0], 2.0);  // x.min == x.max is not empty: strict
     // Terms that tie (+0 and -0) go e2 to lo and e1 to hi, which decides the sign of
     // a zero corner: here lo = -0 + +0 = +0.
