@@ -150,9 +150,8 @@ TEST(Circle3d, ParameterWrapFollowsTheSquaredToleranceToAnyMagnitude) {
 }
 
 TEST(Circle3d, ThreePointsOnATinyTriangleGiveAZeroNormal) {
-    // The plane's normal is the cross product of two edges; below DivideByZeroTolSq
-    // in squared length it is zero, the centre is never found and stays at the
-    // origin. 0.9e-5 by 1e-5 is just below that, 1.1e-5 by 1e-5 just above.
+    // The plane's normal is the cross product of two edges; below DivideByZeroTolSq in squared length it is
+    // zero and the centre stays at the origin. 0.9e-5 by 1e-5 is just below that, 1.1e-5 by 1e-5 just above.
     const P a(5, 5, 5), b(5 + 1e-5, 5, 5);
     const CCircle3d tiny(a, b, P(5, 5 + 0.9e-5, 5));
     const CArc3d arc(a, b, P(5, 5 + 0.9e-5, 5));
@@ -184,9 +183,8 @@ TEST(Circle3d, ParameterAndProjectionOfCirclesAndEllipses) {
         EXPECT_NEAR(e.ParameterOfClosestPoint(P(2 * std::cos(t), std::sin(t), 0)), t, 1e-12);
     const P q = e.Project(P(3, 3, 0));
     EXPECT_NEAR(q.x * q.x / 4 + q.y * q.y, 1.0, 1e-12);
-    // A flat ellipse, |(xAxis x yAxis) . normal| = 2^-10: its frame is degenerate
-    // only strictly below the squared tolerance, so it is valid above the squared
-    // tolerance, and exactly at it still valid and projected as an ellipse.
+    // A flat ellipse, |(xAxis x yAxis) . normal| = 2^-10: its frame is degenerate only strictly below the
+    // squared tolerance, so it is valid above it, and exactly at it still valid and projected as an ellipse.
     CCircle3d flat = UnitCircle();
     flat *= CTransformation::Scale(1, 1.0 / 1024, 1);
     EXPECT_TRUE(flat.IsValidObj());

@@ -102,8 +102,7 @@ TEST(LinePredicates, ColinearOnSegmentAndBetweenAreStrictAtTolerance) {
     EXPECT_FALSE(IsOnLineSegment(a, b, P3(1.002, 0, 0), 0.001));
     EXPECT_TRUE(IsOnLineSegment(a, b, P3(0.5, 0.05, 0), 0.1));  // the given tol, not EqualTol
     EXPECT_TRUE(IsOnLineSegment(a, a, P3(0.0005, 0, 0), 0.001));
-    // Degenerate below EqualTolSq (about 1e-6), not below EqualTol: a segment of
-    // squared length 1e-4 still projects.
+    // Degenerate below EqualTolSq (about 1e-6), not below EqualTol: a segment of squared length 1e-4 projects.
     EXPECT_TRUE(IsOnLineSegment(a, P3(0.01, 0, 0), P3(0.01, 0, 0), 0.001));
 
     // Between: the projection alone decides inside [0, 1], both ends inclusive.
@@ -153,8 +152,7 @@ TEST(GetPointsOnArc, AccumulatesTheAngleAndHandlesSmallCounts) {
     GetPointsOnArc(P3(0, 0, 0), ux, uy, 1.0, 3.141592653589793, 3, pts);
     const P3 half[3] = {P3(1, 0, 0), P3(0, 1, 0), P3(-1, 0, 0)};
     for (int i = 0; i < 3; ++i) EXPECT_TRUE(pts[i].Equals(half[i], 1e-15)) << i;
-    // Ten additions of 0.2 end at 1.9999999999999998, whose sine and cosine differ
-    // from those of 2.
+    // Ten additions of 0.2 end at 1.9999999999999998, whose sine and cosine differ from those of 2.
     GetPointsOnArc(P3(0, 0, 0), ux, CUnitVector3d(0, 0, 1), 2.0, 2.0, 11, pts);
     volatile double step = 0.2;
     double angle = 0;
@@ -183,8 +181,7 @@ TEST(IntersectSegments, CrossingEndTolerancesAndPointSegments) {
     EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(0.5, 0), P2(0.5, 0.0001)));
     EXPECT_TRUE(hit(P2(0.5, 0), P2(0.5, 0.0001), P2(0.5, 0.0002), P2(0.5, 0.0003)));
     EXPECT_FALSE(hit(P2(kNaN, 0), P2(1, 1), P2(0, 0), P2(1, 0)));
-    // Point-like below EqualTolSq, not below EqualTol: b of squared length 2^-14
-    // is a segment and crosses a.
+    // Point-like below EqualTolSq, not below EqualTol: b of squared length 2^-14 is a segment and crosses a.
     EXPECT_TRUE(hit(P2(0x1.8p-8, -1), P2(0x1.8p-8, 1), P2(0, 0), P2(0x1p-7, 0)));
     {
         // A squared length exactly EqualTolSq is a segment, not a point (strict).
@@ -196,8 +193,7 @@ TEST(IntersectSegments, CrossingEndTolerancesAndPointSegments) {
         EXPECT_EQ(out.x, 0x1.8p-11);
     }
     {
-        // With EqualTol zero only the exact parameters count: both ends of a and of
-        // b are inclusive.
+        // With EqualTol zero only the exact parameters count: both ends of a and of b are inclusive.
         plenar_test::ToleranceGuard zero(0.0);
         EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(0, -1), P2(0, 1)));  // s == 0
         EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(1, -1), P2(1, 1)));  // s == 1
@@ -223,8 +219,7 @@ TEST(IntersectSegments, CrossingEndTolerancesAndPointSegments) {
     // far away), one of 1e-11 is, and b1 lies on a within EqualTol.
     EXPECT_FALSE(hit(P2(0, 0), P2(1, 0), P2(0.5, 1e-4), P2(1.5, 1e-4 + 1e-9)));
     EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(0.5, 1e-4), P2(1.5, 1e-4 + 1e-11)));
-    // A cross product of exactly 1e-10 is not parallel (strict): b crosses a in its
-    // middle while neither end of b lies on a.
+    // A cross product of exactly 1e-10 is not parallel (strict): b crosses a's middle, neither end of b on a.
     EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(-1, -0.5e-10), P2(2, 0.5e-10)));
 }
 

@@ -9,16 +9,9 @@
 #include <sstream>
 
 namespace g = velmor::geometry;
-using g::CUnitVector3d;
-using g::CVector3d;
+using g::CUnitVector3d, g::CVector3d;
 using P = g::CPoint3d;
-using g::MeetAtP1;
-using g::MeetAtP2;
-using g::MeetAtP3;
-using g::MeetAtP4;
-using g::MeetInsideP1P2;
-using g::MeetInsideP3P4;
-using g::NoMeeting;
+using g::MeetAtP1, g::MeetAtP2, g::MeetAtP3, g::MeetAtP4, g::MeetInsideP1P2, g::MeetInsideP3P4, g::NoMeeting;
 
 namespace {
 
@@ -33,9 +26,8 @@ void ExpectXYZ(const V& v, double x, double y, double z) {
 
 bool Solve(P& p, std::array<double, 9> s) { return p.ComputeLSF(s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8]); }
 
-// One segment-intersection case: the two segments, the code, t, u and the point
-// written. The point starts at kUnset, which must survive a result of 0. Values
-// are compared exactly unless eps is given.
+// One segment-intersection case: the two segments, the code, t, u and the point written. The point starts
+// at kUnset, which must survive a result of 0. Values are compared exactly unless eps is given.
 const P kUnset(99, 99, 99);
 const int kCross = MeetInsideP1P2 | MeetInsideP3P4;  // both interiors
 struct Case {
@@ -268,8 +260,7 @@ TEST(CPoint3d, IntersectCollinearReportsOnePointInteriorFirst) {
         {{0, 0, 0}, {4, 0, 0}, {1, 0.0001, 0}, {6, 0.0001, 0}, NoMeeting, -1, -1, kUnset},
         {{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {2, 1, 0}, NoMeeting, -1, -1, kUnset},
     });
-    // The relative test is inclusive: sin^2 of the angle between p1-p2 and p1-p3
-    // exactly DivideByZeroTol still counts as collinear.
+    // The relative test is inclusive: sin^2 of the angle (p1-p2, p1-p3) exactly DivideByZeroTol is collinear.
     const double wx = 0x1.02p-2, wy = 0x1.522a6f3f9b9b0p-19;
     const CVector3d a(1, 0, 0), w(wx, wy, 0);
     ASSERT_EQ((a * w).LengthSquared() / (w.LengthSquared() * a.LengthSquared()), g::DivideByZeroTol);

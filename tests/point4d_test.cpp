@@ -3,11 +3,7 @@
 
 #include <gtest/gtest.h>
 
-using velmor::geometry::CPoint3d;
-using velmor::geometry::CPoint4d;
-using velmor::geometry::CSphere3d;
-using velmor::geometry::CUnitVector3d;
-using velmor::geometry::CVector4d;
+using namespace velmor::geometry;
 
 TEST(CPoint4d, WidensWithWeightAndDividesByTheReciprocal) {
     const CPoint4d p(CPoint3d(2.0, 4.0, 6.0));

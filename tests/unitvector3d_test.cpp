@@ -103,8 +103,7 @@ TEST(CUnitVector3d, AnglesAndArithmetic) {
     EXPECT_EQ(n.CCWAngleBetween(y, x), kTwoPi - kHalfPi);
     EXPECT_EQ(U(0, 0, -1).CCWAngleBetween(x, y), kTwoPi - kHalfPi);
     EXPECT_EQ(n.CCWAngleBetween(CVector3d(1, 0, 5), CVector3d(0, 3, -2)), kHalfPi);  // projected first
-    // Same direction: the projections' dot rounds to 1.0000000000000002, and a zero
-    // triple product is not clockwise.
+    // Same direction: the projections' dot rounds to 1.0000000000000002; a zero triple product is not clockwise.
     EXPECT_EQ(n.CCWAngleBetween(CVector3d(1, 5, -2), CVector3d(1, 5, -2)), 0.0);
     EXPECT_EQ(n.CCWAngleBetween(CVector3d(0, 0, 3), y), 0.0);
     EXPECT_EQ(n.CCWAngleBetween(y, CVector3d(0, 0, -3)), 0.0);
