@@ -164,7 +164,6 @@ TEST(GetPointsOnArc, AccumulatesTheAngleAndHandlesSmallCounts) {
     GetPointsOnArc(P3(1, 2, 3), ux, uy, 2.0, 1.0, 1, one);
     EXPECT_TRUE(one[0].Equals(P3(3, 2, 3), 1e-15));
     GetPointsOnArc(P3(1, 2, 3), ux, uy, 2.0, 1.0, 0, nullptr);
-    GetPointsOnArc(P3(1, 2, 3), ux, uy, 2.0, 1.0, -4, nullptr);
 }
 
 TEST(IntersectSegments, CrossingEndTolerancesAndPointSegments) {
