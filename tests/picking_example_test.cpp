@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <vector>
 
 using namespace plenar_example;
@@ -34,6 +35,13 @@ CGeomFilterCrossingVolume Moved(const CGeomFilterCrossingVolume& v, double offse
 }
 
 bool Contains(const std::vector<int>& sorted, int id) { return std::binary_search(sorted.begin(), sorted.end(), id); }
+
+// Every counter of a walk, so that two walks compare in one go.
+auto Counters(const PickStats& s) {
+    return std::make_tuple(s.instancesRejected, s.instancesAccepted, s.instancesOpened, s.groupsRejected,
+                           s.groupsAccepted, s.groupsOpened, s.boxesRejected, s.boxesAccepted, s.boxesOpened,
+                           s.edgesTested);
+}
 
 // Projects p with the camera, independently of PickVolume: pixel coordinates and the
 // depth along the view direction.
@@ -116,29 +124,16 @@ TEST(PickingExample, HierarchicalPickAgreesWithBruteForce) {
         CGeomFilterCrossingVolume volume = PickVolume(camera, rect);
         CGeomFilterCrossingVolume shrunk = Moved(volume, -1e-6), grown = Moved(volume, 1e-6);
         const PickResult walk = PickHierarchical(scene, volume);
-        const std::vector<int> exact = PickBruteForce(scene, volume);
         const std::vector<int> surely = PickBruteForce(scene, shrunk);
         const std::vector<int> maybe = PickBruteForce(scene, grown);
 
         EXPECT_TRUE(std::adjacent_find(walk.picked.begin(), walk.picked.end()) == walk.picked.end());
-        // surely <= walk <= maybe, and the exact brute force lies between them too, so
-        // the walk and the exact answer can differ only on boxes in maybe - surely.
-        for (int id : surely) {
-            EXPECT_TRUE(Contains(walk.picked, id)) << id;
-            EXPECT_TRUE(Contains(exact, id)) << id;
-        }
+        // surely <= walk <= maybe: the walk can differ from the exact answer only on
+        // boxes in maybe - surely.
+        for (int id : surely) EXPECT_TRUE(Contains(walk.picked, id)) << id;
         for (int id : walk.picked) EXPECT_TRUE(Contains(maybe, id)) << id;
-        for (int id : exact) EXPECT_TRUE(Contains(maybe, id)) << id;
         for (int id : maybe) ambiguous += Contains(surely, id) ? 0 : 1;
-
-        const PickStats& s = walk.stats;
-        total.instancesAccepted += s.instancesAccepted;
-        total.instancesRejected += s.instancesRejected;
-        total.groupsAccepted += s.groupsAccepted;
-        total.groupsRejected += s.groupsRejected;
-        total.boxesAccepted += s.boxesAccepted;
-        total.boxesRejected += s.boxesRejected;
-        total.edgesTested += s.edgesTested;
+        total += walk.stats;
         pickedTotal += walk.picked.size();
     }
     EXPECT_LE(ambiguous, 3);
@@ -167,19 +162,10 @@ TEST(PickingExample, ThreadsShareTheInstancesAndGiveTheSameAnswer) {
         for (const int threads : {2, 3, 4, 40}) {
             const PickResult many = PickHierarchical(scene, volume, threads);
             EXPECT_EQ(many.picked, one.picked) << threads;
-            const PickStats &a = one.stats, &b = many.stats;
-            EXPECT_EQ(a.instancesRejected, b.instancesRejected) << threads;
-            EXPECT_EQ(a.instancesAccepted, b.instancesAccepted) << threads;
-            EXPECT_EQ(a.instancesOpened, b.instancesOpened) << threads;
-            EXPECT_EQ(a.groupsRejected, b.groupsRejected) << threads;
-            EXPECT_EQ(a.groupsAccepted, b.groupsAccepted) << threads;
-            EXPECT_EQ(a.groupsOpened, b.groupsOpened) << threads;
-            EXPECT_EQ(a.boxesRejected, b.boxesRejected) << threads;
-            EXPECT_EQ(a.boxesAccepted, b.boxesAccepted) << threads;
-            EXPECT_EQ(a.boxesOpened, b.boxesOpened) << threads;
-            EXPECT_EQ(a.edgesTested, b.edgesTested) << threads;
+            EXPECT_EQ(Counters(many.stats), Counters(one.stats)) << threads;
             // Every instance is looked at once, by exactly one share.
-            EXPECT_EQ(b.instancesRejected + b.instancesAccepted + b.instancesOpened, 23) << threads;
+            const PickStats& s = many.stats;
+            EXPECT_EQ(s.instancesRejected + s.instancesAccepted + s.instancesOpened, 23) << threads;
         }
     }
     // The scene size option: about the number of boxes asked for, never empty.
