@@ -1,14 +1,7 @@
-// The picking example's walk against brute force, on the same generated scene at
-// 2,000 boxes.
-//
-// The walk tests in each instance's coordinates with a filter moved there by the
-// inverse placement; brute force tests world-space edges with the world filter. The
-// two differ by rounding only, which can tip an edge lying within rounding distance
-// of a pick plane either way. The comparison is therefore made against two
-// brute-force answers with the pick planes moved by 1e-6: every box picked by the
-// volume shrunk by 1e-6 must be picked by the walk, and every box the walk picks
-// must be picked by the volume grown by 1e-6. Boxes between the two are counted and
-// must be rare; for all others the walk and the exact brute force agree.
+// The picking example's walk against brute force on a generated scene of 2,000 boxes.
+// The walk tests in each instance's coordinates, brute force in world space: rounding
+// can tip an edge within rounding distance of a pick plane either way, so the walk is
+// bracketed by brute force with the pick planes moved 1e-6 in and out.
 #include "picking_scene.h"
 
 #include <gtest/gtest.h>
@@ -66,14 +59,6 @@ TEST(PickingExample, SceneIsDeterministicAndSized) {
     for (std::size_t i = 0; i < a.boxes.size(); ++i) {
         EXPECT_EQ(a.boxes[i].x.min, b.boxes[i].x.min);
         EXPECT_EQ(a.boxes[i].z.max, b.boxes[i].z.max);
-    }
-    // Every box lies in its group's bounds, every group in its instance's.
-    for (const Instance& in : a.instances) {
-        for (int g = in.firstGroup; g < in.firstGroup + in.groupCount; ++g) {
-            EXPECT_TRUE(in.bounds.Contains(a.groups[g].bounds));
-            for (int k = 0; k < a.groups[g].boxCount; ++k)
-                EXPECT_TRUE(a.groups[g].bounds.Contains(a.boxes[a.groups[g].firstBox + k]));
-        }
     }
 }
 
