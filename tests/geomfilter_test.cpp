@@ -216,8 +216,6 @@ TEST_F(GeomFilterCombinedTest, FrustumPlanesCloneAndTransform) {
     EXPECT_EQ(volume->planes[0].d, -1.0);
 }
 
-// ----- bulk queries -------------------------------------------------------------
-
 namespace {
 
 // Coordinates that reach every branch of the tests: ordinary values, values on a
