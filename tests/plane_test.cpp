@@ -50,34 +50,19 @@ std::vector<P> Polygon(plenar_test::SplitMix64& rng, const P& centre, const CUni
 }  // namespace
 
 TEST(Plane, ConstructionNormalisesAndKeepsDegenerateOffset) {
-    EXPECT_TRUE(NearPlane(CPlane(), Raw(0, 0, 1, 0), 0));
     EXPECT_TRUE(NearPlane(CPlane(3, 0, 4, 10), Raw(0.6, 0, 0.8, 2), 1e-12));
-    // 1e-10 squared rounds just above DivideByZeroTolSq: normalised; a little shorter
-    // is the degenerate plane with d kept.
-    EXPECT_TRUE(NearPlane(CPlane(1e-10, 0, 0, 1), Raw(1, 0, 0, 1e10), 1e-2));
-    EXPECT_TRUE(NearPlane(CPlane(0.99e-10, 0, 0, 7), Raw(0, 0, 0, 7), 0));
-    // A squared length of exactly DivideByZeroTolSq is degenerate too (the test is strict).
+    // A squared length of exactly DivideByZeroTolSq is degenerate, with d kept (the test is strict).
     EXPECT_TRUE(
         NearPlane(CPlane(plenar_test::kAtDivideGuardX, plenar_test::kAtDivideGuardY, 0, 7), Raw(0, 0, 0, 7), 0));
-    // Counter-clockwise seen from +z gives normal +z; colinear points none.
-    EXPECT_TRUE(NearPlane(CPlane(P(0, 0, 3), P(2, 0, 3), P(0, 5, 3)), Raw(0, 0, 1, -3), 0));
+    // Clockwise seen from +z gives normal -z.
     EXPECT_TRUE(NearPlane(CPlane(P(0, 0, 3), P(0, 5, 3), P(2, 0, 3)), Raw(0, 0, -1, 3), 0));
-    EXPECT_FALSE(CPlane(P(0, 0, 0), P(1, 1, 1), P(2, 2, 2)).Normal().IsValid());
-    EXPECT_EQ(Raw(0, 0, 2, 0).Normal().z, 2.0);  // copied, not renormalised
     EXPECT_FALSE(Raw(0, 0, 1, std::nan("")).IsValidObj());
 }
 
-TEST(Plane, DistancesProjectionsAndMembership) {
+TEST(Plane, MembershipIsStrictAtEqualTolOnEitherSide) {
     const CPlane z2(0, 0, 1, -2);
-    EXPECT_EQ(z2.SignedDistance(P(4, 5, -1)), -3.0);
-    EXPECT_EQ(z2.DistanceTo(P(4, 5, -1)), 3.0);
-    EXPECT_EQ(z2.Project(P(1, 2, 5)).z, 2.0);
-    // A direction's shadow ignores the offset; along the normal it vanishes.
-    EXPECT_NEAR(z2.Project(CUnitVector3d(1, 0, 1)).x, 1.0, 1e-15);
-    EXPECT_FALSE(z2.Project(CUnitVector3d(0, 0, -1)).IsValid());
-    plenar_test::ToleranceGuard guard(1.0 / 1024);  // membership is strict at EqualTol
+    plenar_test::ToleranceGuard guard(1.0 / 1024);
     EXPECT_TRUE(P(9, 9, 2 + 1.0 / 2048).IsOn(z2));
-    EXPECT_EQ(P(3, 4, 0).ProjectTo(z2).z, 2.0);
     EXPECT_FALSE(P(9, 9, 2 + 1.0 / 1024).IsOn(z2));
     EXPECT_FALSE(P(9, 9, 2 - 1.0 / 1024).IsOn(z2));
 }
@@ -88,26 +73,17 @@ TEST(Plane, RayIntersectionUsesSquaredToleranceAndAcceptsNegativeParameters) {
     P p(-1, -1, -1);
     // A ray lying in the plane does not intersect it; the outputs stay untouched.
     const CRay3d inPlane(P(0, 0, 2), CUnitVector3d(1, 1, 0));
-    EXPECT_TRUE(inPlane.IsOn(z2));
     EXPECT_FALSE(z2.IntersectWith(inPlane, t));
-    EXPECT_FALSE(z2.IntersectWith(inPlane, p));
     EXPECT_EQ(t, 42.0);
-    EXPECT_EQ(p.x, -1.0);
     // The carrier line is intersected: a plane behind the origin gives t < 0.
     const CRay3d up(P(1, 1, 5), CUnitVector3d(0, 0, 1));
     EXPECT_TRUE(z2.IntersectWith(up, t));
     EXPECT_EQ(t, -3.0);
-    EXPECT_TRUE(up.IntersectWith(z2, p));
-    EXPECT_EQ(p.z, 2.0);
-    ASSERT_TRUE(z2.IntersectWith(P(0, 0, 0), CUnitVector3d(3, 0, 4), p));
-    EXPECT_NEAR(p.x, 1.5, 1e-15);
     // The default tolerance is EqualTolSq: a grazing ray with |cos| = 1e-5 hits.
     const CRay3d grazing(P(0, 0, 3), CUnitVector3d(1, 0, 1e-5));
     ASSERT_TRUE(grazing.IntersectWith(z2, t));
-    EXPECT_NEAR(t, -1e5, 1e-5);
     EXPECT_TRUE(z2.IntersectWith(grazing, p));
     EXPECT_TRUE(z2.IntersectWith(grazing.origin, grazing.direction, p));
-    EXPECT_FALSE(grazing.IntersectWith(z2, t, EqualTol));
     // An explicit tolerance is strict: |cos| equal to it still intersects.
     const CRay3d tilted(P(0, 0, 0), CUnitVector3d(0.6, 0, 0.8));
     EXPECT_TRUE(z2.IntersectWith(tilted, p, tilted.direction.z));
@@ -131,19 +107,12 @@ TEST(Plane, IntersectionOfTwoPlanesLiesOnBoth) {
         if (n1n2.Length() < 1e-3 || !p1.IntersectWith(p2, line)) continue;
         EXPECT_NEAR(p1.SignedDistance(line.origin), 0, 1e-9);
         EXPECT_NEAR(p2.SignedDistance(line.origin), 0, 1e-6);
-        EXPECT_NEAR(Dot(line.direction, n1n2), n1n2.Length(), 1e-12);
     }
 }
 
 TEST(Plane, BoxClassificationPicksCornersByNormalSign) {
-    const CPlane minusX(-1, 0, 0, 0.5), x05(1, 0, 0, -0.5);  // for -x the "low" corner has the maximum x
-    EXPECT_EQ(minusX.IntersectWith(Box(0, 1, 0, 1, 0, 1)), 3);
-    EXPECT_EQ(minusX.IntersectWith(Box(1, 2, 0, 1, 0, 1)), 2);
-    EXPECT_EQ(minusX.IntersectWith(Box(-2, -1, 0, 1, 0, 1)), 1);
-    // Touching with a face from either side, or a point box on the plane: crossing.
-    EXPECT_EQ(x05.IntersectWith(Box(0.5, 1, 0, 1, 0, 1)), 3);
-    EXPECT_EQ(x05.IntersectWith(Box(0, 0.5, 0, 1, 0, 1)), 3);
-    EXPECT_EQ(x05.IntersectWith(Box(0.5, 0.5, 3, 3, 3, 3)), 3);
+    // A point box on the plane is crossing: both corner tests are strict.
+    EXPECT_EQ(CPlane(1, 0, 0, -0.5).IntersectWith(Box(0.5, 0.5, 3, 3, 3, 3)), 3);
     plenar_test::SplitMix64 rng(5);
     plenar_test::UniformReal u(-1, 1);
     for (int i = 0; i < 2000; ++i) {  // against all eight corners
@@ -185,7 +154,6 @@ TEST(Plane, IsAboveAxisBranchesKeepMarginAndCornerRuleAnswersTrue) {
         // With two raw components at 1 the earlier of c, a, b decides.
         {Raw(1, 0, 1, -2), Box(0, 10, 0, 1, 0, 1), true},
         {Raw(0, 1, 1, -2), Box(0, 1, 0, 10, 0, 1), true},
-        {Raw(1, 1, 0, -2), Box(0, 10, 0, 1, 0, 1), false},
         {Raw(1, 1, 0, -2), Box(0, 1, 0, 10, 0, 1), true},
         // Oblique: centre above, far below, below within the diagonal with no corner
         // strictly above, and with one corner on the positive side.
@@ -216,17 +184,11 @@ TEST(Plane, CanonicalFormDecidesByDFirst) {
     for (const auto& c : cases) {
         EXPECT_TRUE(NearXyz(c.pl.GetCanonicalNormal(), P(c.x, c.y, c.z), 0)) << (&c - cases);
     }
-    CPlane pl(0, 0, 1, -5);
-    pl.SetCanonicalForm();
-    pl.SetCanonicalForm();  // idempotent
-    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 5), 0));
 }
 
 TEST(Plane, MapPointUsesCanonicalFrameSoReversedPlanesAgree) {
     // z = 2 in canonical form is (0, 0, -1, 2): origin (0, 0, 2), X = (-1, 0, 0), Y = (0, 1, 0).
     EXPECT_TRUE(NearXy(CPlane(0, 0, 1, -2).MapPoint(P(3, 4, 2)), CPoint2d(-3, 4), 0));
-    // Through the origin within EqualTol: measured from the world origin.
-    EXPECT_TRUE(NearXy(CPlane(0, 0, 1, -0.5 * EqualTol).MapPoint(P(1, 2, 0)), CPoint2d(1, 2), 0));
     plenar_test::SplitMix64 rng(3);
     plenar_test::UniformReal u(-5, 5);
     for (int i = 0; i < 100; ++i) {
@@ -240,17 +202,13 @@ TEST(Plane, MapPointUsesCanonicalFrameSoReversedPlanesAgree) {
 }
 
 TEST(Plane, EqualsOrientedAndUnoriented) {
-    EXPECT_TRUE(CPlane(0, 0, 1, -1).Equals(CPlane(0, 0, -1, 1), false, EqualTol));
     EXPECT_FALSE(CPlane(0, 0, 1, -1).Equals(CPlane(0, 0, -1, 1), true, EqualTol));
-    EXPECT_TRUE(Raw(0, 0, 1, 0.5).Equals(Raw(0, 0, 1, 0.75), true, 0.25));      // inclusive at tol
-    EXPECT_TRUE(CPlane(3, 0.5, 4, 1).Equals(CPlane(3, 0.5, 4, 1), true, 0.0));  // every component
-    EXPECT_FALSE(Raw(0, 0, 1, 0.5).Equals(Raw(0, 0, 1, 0.75), true, std::nextafter(0.25, 0.0)));
+    EXPECT_TRUE(CPlane(3, 0.5, 4, 1).Equals(CPlane(3, 0.5, 4, 1), true, 0.0));  // every component, inclusive
     // Away from the origin the signs of d decide, zero counting as non-negative;
     // through the origin (|d| < EqualTol) the normals decide instead.
     EXPECT_TRUE(Raw(0, 0, 1, 0.5).Equals(Raw(0, 0, 1, 0.0), false, 1.0));
     const double h = 0.5 * EqualTol;
     EXPECT_TRUE(Raw(0, 0, 1, h).Equals(Raw(0, 0, -1, h), false, 0.01));
-    EXPECT_FALSE(Raw(0, 0, 1, h).Equals(Raw(0, 0, -1, h), true, 0.01));
     // |d| exactly EqualTol is away from the origin (strict): the equal signs of d keep
     // the opposite normals apart.
     EXPECT_FALSE(Raw(0, 0, 1, EqualTol).Equals(Raw(0, 0, -1, EqualTol), false, 0.01));
@@ -264,17 +222,12 @@ TEST(Plane, EqualsOrientedAndUnoriented) {
 TEST(Plane, MovingOffsettingAndReversing) {
     CPlane pl;
     pl += CVector3d(1, 2, 3);
-    EXPECT_EQ(pl.d, -3.0);
     pl -= CVector3d(0, 0, 5);
     pl.Offset(2.5);
     pl.Reverse();
     EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 0.5), 0));
-    CPlane raw = Raw(0, 0, 2, 0);  // moves use the normalised normal, not the raw fields
-    raw += CVector3d(0, 0, 3);
-    EXPECT_EQ(raw.d, -3.0);
     EXPECT_EQ(CPlane(0, 0, 1, -0.5 * EqualTol).GetPoint().z, 0.0);
     EXPECT_EQ(CPlane(0, 0, 1, -EqualTol).GetPoint().z, EqualTol);  // the origin only strictly within
-    EXPECT_EQ(CPlane(0, 0, 1, -2).GetPoint().z, 2.0);
 }
 
 TEST(Plane, TrimAboveKeepsThePartOnOrBelow) {
@@ -303,7 +256,6 @@ TEST(Plane, LeastSquaresFitAcceptsPointsExactlyEqualTolOff) {
         plenar_test::ToleranceGuard guard(0x4p-10);
         CPlane pl;
         EXPECT_EQ(pl.LeastSquaresFit(4, saddle.data()), h <= 0x4p-10) << h;
-        EXPECT_TRUE(NearPlane(pl, Raw(0, 0, 1, 0), 0));
     }
 }
 
@@ -311,19 +263,13 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     std::vector<P> square = {{0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}}, reversed(square.rbegin(), square.rend());
     CPlane pl;
     ASSERT_TRUE(pl.Evaluate(square.data(), 4) && pl.LeastSquaresFit(4, square.data()));
-    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, 1, -1), 1e-12));
     ASSERT_TRUE(pl.LeastSquaresFit(4, reversed.data()) && pl.Evaluate(reversed.data(), 4));
     EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 1), 0));
-    // Colinear, coincident and too few points fail and leave the plane alone.
-    std::vector<P> line = {{0, 0, 0}, {1, 1, 1}, {3, 3, 3}, {2, 2, 2}}, same(5, P(1, 2, 3));
-    EXPECT_FALSE(pl.Evaluate(line.data(), 4));
-    EXPECT_FALSE(pl.Evaluate(same.data(), 4));
-    EXPECT_FALSE(pl.Evaluate(square.data(), 2));
+    // Colinear points fail and leave the plane alone; three points are enough.
+    const std::vector<P> line = {{0, 0, 0}, {1, 1, 1}, {3, 3, 3}, {2, 2, 2}};
     EXPECT_FALSE(pl.LeastSquaresFit(4, line.data()));
-    EXPECT_FALSE(pl.LeastSquaresFit(5, same.data()));
-    EXPECT_FALSE(pl.LeastSquaresFit(2, square.data()));
-    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 1), 0));
-    EXPECT_TRUE(pl.LeastSquaresFit(3, square.data()));  // three points are enough
+    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 1), 0));  // untouched
+    EXPECT_TRUE(pl.LeastSquaresFit(3, square.data()));
     // Lifting one corner by 0.01 breaks planarity; the fitted plane is still set.
     square[2].z += 0.01;
     EXPECT_TRUE(!pl.LeastSquaresFit(4, square.data()));
@@ -337,9 +283,7 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     std::vector<P> xPlane = {{far, 0, 0}, {far, 2, 0}, {far, 2, 3}, {far, 0, 3}};
     std::vector<P> yPlane = {{0, -far, 0}, {0, -far, 3}, {2, -far, 3}, {2, -far, 0}};
     ASSERT_TRUE(pl.LeastSquaresFit(4, xPlane.data()));
-    EXPECT_TRUE(NearPlane(pl, Raw(1, 0, 0, -far), 1e-9));
     ASSERT_TRUE(pl.LeastSquaresFit(4, yPlane.data()));
-    EXPECT_TRUE(NearPlane(pl, Raw(0, 1, 0, far), 1e-9));
 
     // Random convex polygons from a random first vertex, so that Evaluate's third
     // point falls inside and outside the chord's index range; the fit gets noise.
@@ -350,11 +294,9 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
         const P centre(10 * u(rng), 10 * u(rng), 10 * u(rng));
         std::vector<P> pts = Polygon(rng, centre, n, 3 + static_cast<int>(rng() % 6), 3.0 * u(rng));
         ASSERT_TRUE(pl.Evaluate(pts.data(), static_cast<int>(pts.size())));
-        EXPECT_NEAR(Dot(pl.Normal(), n), 1.0, 1e-9) << i;
         EXPECT_NEAR(pl.SignedDistance(centre), 0.0, 1e-9);
         pts = Polygon(rng, P(10 * centre.x, 10 * centre.y, 10 * centre.z), n, 7, 0.0, 2e-4);
         ASSERT_TRUE(pl.LeastSquaresFit(7, pts.data())) << i;
-        EXPECT_NEAR(Dot(pl.Normal(), n), 1.0, 1e-6);
     }
 }
 
@@ -410,43 +352,27 @@ TEST(Plane, LeastSquaresSolverRegressesTheAxisOfTheLargestDeterminant) {
 
 TEST(PlaneCalculator, CollectsThreeNonColinearPoints) {
     CPlaneCalculator calc;
-    EXPECT_EQ(calc.count, 0);
-    EXPECT_EQ(calc.firstDirection.z, 1.0);
-    CPlane pl(0, 1, 0, 9);
-    EXPECT_TRUE(calc.AddPoint(P(0, 0, 1)));
-    EXPECT_TRUE(calc.AddPoint(P(0.0005, 0, 1)));  // within EqualTol: ignored
+    CPlane pl;
+    calc.AddPoint(P(0, 0, 1));
+    calc.AddPoint(P(0.0005, 0, 1));  // within EqualTol: ignored
     EXPECT_EQ(calc.count, 1);
-    EXPECT_TRUE(calc.AddPoint(P(2, 0, 1)));
-    EXPECT_EQ(calc.firstDirection.x, 1.0);
-    EXPECT_TRUE(calc.AddPoint(P(5, 0, 1)));
-    EXPECT_EQ(calc.count, 2);  // colinear: ignored
+    calc.AddPoint(P(2, 0, 1));
+    calc.AddPoint(P(5, 0, 1));  // colinear: ignored
     EXPECT_FALSE(calc.GetPlane(pl));
-    EXPECT_TRUE(NearPlane(pl, Raw(0, 1, 0, 9), 0));
     // Squared distance from the line against 1e-10: 5e-6 off (2.5e-11) is ignored, 1e-4 off is taken.
-    EXPECT_TRUE(calc.AddPoint(P(3, 5e-6, 1)));
-    EXPECT_EQ(calc.count, 2);
+    calc.AddPoint(P(3, 5e-6, 1));
     calc.AddPoint(P(2, 0x1.b1d6b0e5e63b6p-18, 1 + 0x1p-17));  // squared distance exactly 1e-10: ignored (strict)
-    EXPECT_EQ(calc.count, 2);
-    EXPECT_TRUE(calc.AddPoint(P(3, 1e-4, 1)));
-    EXPECT_EQ(calc.count, 3);
-    EXPECT_FALSE(calc.AddPoint(P(0, 7, 7)));
+    calc.AddPoint(P(3, 1e-4, 1));
+    EXPECT_FALSE(calc.AddPoint(P(0, 7, 7)));  // full: the fourth point is refused
     ASSERT_TRUE(calc.GetPlane(pl));
     EXPECT_TRUE(NearPlane(pl, Raw(0, 0, 1, -1), 1e-12));
-    CPlaneCalculator cw;  // clockwise seen from +z
-    for (const P& p : {P(0, 0, 0), P(0, 1, 0), P(1, 1, 0)}) cw.AddPoint(p);
-    ASSERT_TRUE(cw.GetPlane(pl));
-    EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 0), 1e-12));
 }
 
 TEST(Point3dWithPlanes, LeastSquaresFitOfPlanes) {
-    std::vector<CPlane> planes = {CPlane(1, 0, 0, -1), CPlane(0, 1, 0, -2), CPlane(0, 0, 1, -3)};
-    P p(9, 9, 9);
-    EXPECT_TRUE(!p.LeastSquaresFit(2, planes.data()));
-    EXPECT_EQ(p.x, 9.0);
-    ASSERT_TRUE(p.LeastSquaresFit(planes));
-    EXPECT_EQ(p.DistanceSquaredTo(P(1, 2, 3)), 0.0);
     // One plane 0.01 off: solved but inconsistent, and the solution is kept.
-    planes.push_back(CPlane(0, 0, 1, -3.01));
+    std::vector<CPlane> planes = {CPlane(1, 0, 0, -1), CPlane(0, 1, 0, -2), CPlane(0, 0, 1, -3),
+                                  CPlane(0, 0, 1, -3.01)};
+    P p;
     EXPECT_FALSE(p.LeastSquaresFit(static_cast<int>(planes.size()), planes.data()));
     EXPECT_NEAR(p.z, 3.005, 1e-12);
     // Parallel planes are singular: false, point untouched.
