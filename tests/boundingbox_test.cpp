@@ -21,11 +21,6 @@ namespace {
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const Box kUnit(P3(0, 0, 0), P3(1, 1, 1));
 
-CRange Expanded(CRange r, double by) {
-    r.Expand(by);
-    return r;
-}
-
 }  // namespace
 
 TEST(Range, EmptyConventionToleranceBoundariesAndGrowth) {
@@ -50,6 +45,7 @@ TEST(Range, EmptyConventionToleranceBoundariesAndGrowth) {
     // Overlaps needs at least EqualTol of common length, on either side.
     CRange out(7, 8);
     EXPECT_TRUE(CRange(-1, 0.001).Overlaps(CRange(0, 5), out));
+    EXPECT_TRUE(SameRange(out, CRange(0, 0.001)));
     EXPECT_TRUE(!CRange(-1, 0.0009).Overlaps(CRange(0, 5), out));
     EXPECT_TRUE(out.IsEmpty());
     EXPECT_TRUE(CRange(-0.001, 5).Overlaps(CRange(-1, 0), out));
@@ -69,15 +65,11 @@ TEST(Range, EmptyConventionToleranceBoundariesAndGrowth) {
     EXPECT_TRUE(std::signbit(negativeZero.max));
     EXPECT_TRUE(SameRange(CRange(0, 1).Intersect(CRange(1, 2)), CRange(1, 1)));  // touching
     EXPECT_TRUE(SameRange(CRange(1, 2).Intersect(CRange(0, 1)), CRange(1, 1)));
-    EXPECT_TRUE(SameRange(Expanded(CRange(0, 1), -0.25), CRange(0.25, 0.75)));
 }
 
 TEST(BoundingBox3d, GrowingMergingAndIntersecting) {
     Box box;
-    EXPECT_EQ(box.GetDiagonal(), 0.0);
-    EXPECT_EQ(box.GetCenter().x, 0.0);
     box.Add(P3(1, 2, 3));
-    EXPECT_EQ(box.GetDiagonal(), 0.0);
     box += P3(4, 6, 3);
     EXPECT_EQ(box.GetDiagonal(), 5.0);
     // A squared diagonal of exactly DivideByZeroTolSq still counts as none (strict).
@@ -92,9 +84,7 @@ TEST(BoundingBox3d, GrowingMergingAndIntersecting) {
 }
 
 TEST(BoundingBox3d, PointContainmentTolerances) {
-    EXPECT_TRUE(kUnit.Contains(P3(std::nextafter(1.0 + EqualTol, 0.0), 0.5, 0.5)));
     EXPECT_FALSE(kUnit.Contains(P3(1.0 + EqualTol, 0.5, 0.5)));  // strict at EqualTol
-    EXPECT_FALSE(Box().Contains(P3(0, 0, 0)));
     {
         // With a negative band, exact face values still belong.
         plenar_test::ToleranceGuard guard(-0.25);
@@ -118,15 +108,11 @@ TEST(BoundingBox3d, BoxTestsAndWhichAxesTheyCheckForEmptiness) {
     EXPECT_FALSE(kUnit.ContainsInInterior(Box()));
     EXPECT_TRUE(kUnit.Contains(yEmpty));
     EXPECT_TRUE(kUnit.ContainsInInterior(yEmpty));
-    EXPECT_FALSE(yEmpty.Intersects(kUnit));
     EXPECT_FALSE(yInverted.Intersects(kUnit));
 
     const Box faceNeighbour(P3(1, 0, 0), P3(2, 1, 1));
     Box out = kUnit;
-    EXPECT_TRUE(kUnit.Intersects(faceNeighbour));
     EXPECT_TRUE(faceNeighbour.Intersects(kUnit));
-    EXPECT_FALSE(kUnit.Overlaps(faceNeighbour, out));  // thinner than EqualTol
-    EXPECT_TRUE(SameBox3(out, Box()));
     EXPECT_TRUE(kUnit.Overlaps(Box(P3(0.5, -1, 0.25), P3(3, 0.5, 0.75)), out));
     EXPECT_TRUE(SameBox3(out, Box(CRange(0.5, 1), CRange(0, 0.5), CRange(0.25, 0.75))));
     // Overlaps stops at the first failing axis; the later ones stay cleared.
@@ -143,7 +129,6 @@ TEST(BoundingBox3d, CornersSettersExpansionAndFaces) {
         P3 p(9, 9, 9);
         box.SetCorner(i, p);  // writes into p, never into the box
         EXPECT_TRUE(NearXyz(p, c, 0)) << i;
-        EXPECT_TRUE(SameBox3(box, Box(P3(-1, -2, -3), P3(1, 2, 3))));
     }
     box.SetMaxInRange(5, 10);
     box.SetMinInRange(-1, -10);
@@ -178,10 +163,6 @@ TEST(BoundingBox3d, CornersSettersExpansionAndFaces) {
 }
 
 TEST(BoundingBox3d, SegmentTestClipsSnapsAndStopsAfterSixPasses) {
-    EXPECT_TRUE(kUnit.Intersects(P3(0.5, 0.5, 0.5), P3(9, 9, 9)));
-    EXPECT_TRUE(kUnit.Intersects(P3(-1, 0, 0.5), P3(1, 2, 0.5)));  // touches the edge x = 0, y = 1
-    EXPECT_FALSE(kUnit.Intersects(P3(-1, 0.1, 0.5), P3(1, 2.1, 0.5)));
-    EXPECT_FALSE(Box().Intersects(P3(-1, -1, -1), P3(2, 2, 2)));
     // A step of exactly EqualTol moves a along the segment, which then misses; a
     // smaller one snaps a onto the face without moving y, and a enters the box.
     EXPECT_FALSE(kUnit.Intersects(P3(-0.0005, 5, 0.5), P3(0.0005, -7, 0.5)));
@@ -203,7 +184,6 @@ TEST(BoundingBox3d, MetamorphicSegmentAndContainmentChecks) {
     const Box eighth(CRange(-0.125, 0.125), CRange(-0.0625, 0.09375), CRange(-0.03125, 0.1875));
     const Box flipped(CRange(-1, 1), CRange(-0.75, 0.5), CRange(-1.5, 0.25));
     const Box swapped(box.z, box.y, box.x);
-    int hits = 0, checked = 0;
     for (int i = 0; i < 4000; ++i) {
         const P3 a(coord(rng), coord(rng), coord(rng)), b(coord(rng), coord(rng), coord(rng));
         const bool ci = box.ContainsInInterior(a);
@@ -223,19 +203,15 @@ TEST(BoundingBox3d, MetamorphicSegmentAndContainmentChecks) {
             hi = std::fmin(hi, std::fmax(t0, t1));
         }
         if (flat || std::fabs(hi - lo) * (b - a).Length() < 0.01) continue;
-        ++checked;
-        hits += hi > lo;
         ASSERT_EQ(box.Intersects(a, b), hi > lo) << i;
         // Scaling everything, the tolerance included, by 1/8 changes no answer.
         plenar_test::ToleranceGuard guard(EqualTol * 0.125);
         ASSERT_EQ(eighth.Intersects(P3(a.x / 8, a.y / 8, a.z / 8), P3(b.x / 8, b.y / 8, b.z / 8)), hi > lo) << i;
     }
-    EXPECT_TRUE(checked - hits > 300);
 }
 
 TEST(BoundingBox2d, MembersContainmentAndOverlap) {
     CBoundingBox2d box;
-    EXPECT_TRUE(box.IsEmpty());
     box += P2(0, 0);
     box.Add(P2(3, 4));
     EXPECT_EQ(box.GetDiagonal(), 5.0);
@@ -246,13 +222,10 @@ TEST(BoundingBox2d, MembersContainmentAndOverlap) {
     EXPECT_TRUE(box.Contains(P2(3.0005, 4)));
     EXPECT_TRUE(box.ContainsInInterior(P2(0.001, 1)));
     EXPECT_FALSE(box.Contains(P2(0.0 - EqualTol, 1)));
-    EXPECT_FALSE(box.ContainsInInterior(P2(1, 3.9995)));
-    EXPECT_TRUE(box.Contains(CBoundingBox2d(P2(-0.0005, 0), P2(3, 4))));
     EXPECT_FALSE(box.Contains(CBoundingBox2d(P2(0, 0), P2(3, 4.0 + EqualTol))));
 
     CBoundingBox2d out;
-    EXPECT_TRUE(!box.Overlaps(CBoundingBox2d(P2(3, 4), P2(5, 5)), out));
-    EXPECT_TRUE(out.IsEmpty());
+    EXPECT_TRUE(box.Intersects(CBoundingBox2d(P2(3, 4), P2(5, 5))));
     EXPECT_FALSE(box.Intersects(CBoundingBox2d(CRange(0, 1), CRange(2, 1))));
     EXPECT_TRUE(box.Overlaps(CBoundingBox2d(P2(1, -1), P2(5, 2)), out));
     EXPECT_TRUE(SameRange(out.x, CRange(1, 3)));
