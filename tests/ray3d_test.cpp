@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -147,40 +146,6 @@ TEST(Ray3d, BoxEntryFaceTiesAndBoundaries) {
     bool flags[5] = {false, false, false, false, true};
     CRay3d(P(-1, 0.5, 0.5), U(1, 0, 0)).IntersectBoxes(four, 4, flags, nullptr, nullptr);
     EXPECT_TRUE(flags[4]);
-}
-
-TEST(Ray3d, BoxHitLiesOnTheEntryFaceAndOnTheRay) {
-    plenar_test::SplitMix64 rng(42);
-    const plenar_test::UniformReal u(-1, 1);
-    for (int i = 0; i < 5000; ++i) {
-        const double lo[3] = {5 * u(rng), 5 * u(rng), 5 * u(rng)};
-        const double hi[3] = {lo[0] + 1 + u(rng), lo[1] + 1 + u(rng), lo[2] + 1 + u(rng)};
-        const CBoundingBox3d box(P(lo[0], lo[1], lo[2]), P(hi[0], hi[1], hi[2]));
-        const P o(10 * u(rng), 10 * u(rng), 10 * u(rng));
-        // Half of the rays aim into the box, the others anywhere.
-        const CVector3d jitter(u(rng), u(rng), u(rng));
-        const CRay3d r(o, U(o, (i % 2) ? box.GetCenter() + jitter * 0.4 : o + jitter));
-        // Reference: slab intervals of the half-line.
-        double tNear = 0, tFar = 1e300;
-        for (int k = 0; k < 3; ++k) {
-            const double d = Coord(P(r.direction.x, r.direction.y, r.direction.z), k);
-            double t0 = (lo[k] - Coord(o, k)) / d, t1 = (hi[k] - Coord(o, k)) / d;
-            if (t0 > t1) std::swap(t0, t1);
-            tNear = std::max(tNear, t0);
-            tFar = std::min(tFar, t1);
-        }
-        if (std::fabs(tFar - tNear) < 1e-9) continue;  // grazing: either answer is fine
-        P hit;
-        bool ok = false;
-        const int s = Side(r, box, hit, ok);
-        ASSERT_EQ(ok, tNear <= tFar) << i;
-        if (!ok) continue;
-        EXPECT_NEAR(r.ParameterOfClosestPoint(hit), tNear, 1e-9);
-        EXPECT_NEAR(hit.DistanceTo(r), 0.0, 1e-9);
-        if (s == 0) continue;  // the origin is in the box
-        const int axis = (s - 1) / 2;
-        EXPECT_EQ(Coord(hit, axis), (s % 2) ? lo[axis] : hi[axis]);
-    }
 }
 
 TEST(Ray3d, IntersectPlanesSolvesOnTheDominantCoordinatePlane) {
