@@ -140,9 +140,8 @@ TEST(CubicBezier2f, BoundsAreTighterThanTheControlBounds) {
     }
     EXPECT_NEAR(b.x + b.width, hi, 2e-3f);
 
-    // A piece doubling back along the x axis, control bounds [-1/4, 3/4]: it is
-    // bisected while the squared diagonal is at least EqualTolSq (inclusive), so
-    // its bounds come out tighter than the control bounds.
+    // kBack is bisected while its squared diagonal is at least EqualTolSq (inclusive),
+    // so its bounds come out tighter than its control bounds.
     {
         plenar_test::SquaredToleranceGuard guard(1.0);  // exactly the squared diagonal
         EXPECT_GT(kBack.Bounds().x, -0.25f);
@@ -167,9 +166,8 @@ TEST(CubicBezier2f, ControlHullOrdersAndDropsPoints) {
     EXPECT_TRUE(in(dot, 1, 1.140625f, 0.125f));
     EXPECT_FALSE(in(dot, 1, 1.25f, 0.125f));
 
-    // Boundaries of the edge test on the square, tol = 1/4: a point exactly tol
-    // off an edge passes (strict), one exactly tol before an edge's start or
-    // past its end fails (inclusive).
+    // The edge test on the square, tol = 1/4: exactly tol off an edge passes (strict),
+    // exactly tol before an edge's start or past its end fails (inclusive).
     const Bez sq(P(0, 0), P(4, 0), P(4, 4), P(0, 4));
     EXPECT_TRUE(in(sq, 2, -0.25f, 0.25f));
     EXPECT_FALSE(in(sq, -0.25f, -0.125f, 0.25f));
@@ -180,18 +178,16 @@ TEST(CubicBezier2f, ControlHullOrdersAndDropsPoints) {
     const Bez stub(P(0, 0), P(0, 0), P(0, 0), P(0, 0.125f));
     EXPECT_FALSE(in(stub, 0, -0.1171875f, 0.125f));
     {
-        // A point counts as beyond an edge while the dot product of the centroid's
-        // and the point's offsets from the edge is at most EqualTol (inclusive):
-        // (1, 1/2) is 1/2 inside the bottom edge and the centroid 2, so the
-        // product is exactly EqualTol = 1 and the point, farther than tol from
-        // the edge, is not in the hull.
+        // Beyond an edge means a dot product of the centroid's and the point's offsets
+        // from it of at most EqualTol (inclusive): (1, 1/2) is 1/2 inside the bottom
+        // edge and the centroid 2, so the product is exactly EqualTol = 1 and the
+        // point, farther than tol from the edge, is outside.
         plenar_test::ToleranceGuard guard(1.0);
         EXPECT_FALSE(in(sq, 1, 0.5f, 0.25f));
     }
-    // p0, p1 and p3 lie on one line as far as float can tell (the cross product
-    // of p1 - p0 and p3 - p0 rounds to zero), yet no control point is dropped.
-    // The diagonal test is strict, so p0-p1 does not separate p2 and p3 and the
-    // order stays p0, p1, p2, p3; this point then lies inside.
+    // p0, p1 and p3 are collinear as far as float can tell, yet none is dropped; the
+    // diagonal test is strict, so p0-p1 does not separate p2 and p3, the order stays
+    // p0, p1, p2, p3 and this point lies inside.
     const Bez flatSide(P(0x1.c46aa8p-1f, 0x1.b70e08p-2f), P(0x1.1fe8ep+0f, 0x1.5e1df4p+0f),
                        P(0x1.b69934p+1f, -0x1.08fa74p+2f), P(0x1.4c3826p+0f, 0x1.055c7p+1f));
     EXPECT_TRUE(in(flatSide, 0x1.55a15p+1f, -0x1.a7ad4ap+1f, 0.01f));
@@ -309,9 +305,8 @@ TEST(CubicBezier2f, PolylineNeverEmitsTheSeedOrDuplicatesAJoint) {
         }
     }
 
-    // The joint test at dyadic offsets: each coordinate within EqualTol
-    // inclusively, and the squared distance strictly below EqualTolSq (set here on
-    // its own, as a client may leave it).
+    // The joint test at dyadic offsets: each coordinate within EqualTol inclusively,
+    // the squared distance strictly below EqualTolSq (set on its own, as a client may).
     const float k = 1.0f / 1024;
     const auto pointsAfter = [&](double tol, double tolSq, const P& last) {
         plenar_test::ToleranceGuard guard(tol);
@@ -328,7 +323,7 @@ TEST(CubicBezier2f, PolylineNeverEmitsTheSeedOrDuplicatesAJoint) {
     EXPECT_EQ(pointsAfter(3 * k, 25 * k * k, P(0, 4 * k)), 3u);
 }
 
-TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsOfAnyLength) {
+TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsWithNoCount) {
     std::vector<P> pts(5, P(7, 7));
     const P center(1, 2);
     Bez::ApproximateArc(center, 2.0f, 0.0f, kPi / 2, pts);  // clockwise from angle 0 to -pi/2
@@ -341,9 +336,8 @@ TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsOfAnyLength) {
     ASSERT_EQ(pts.size(), 13u);
     Bez::ApproximateArc(center, 2.0f, kPi / 2, 0.0f, pts);  // a negative sweep runs the other way
     EXPECT_TRUE(plenar_test::NearXy(pts[3], P(3, 2), 1e-5));
-    // The inner points collapse onto the chord only when the sine of the half
-    // piece angle is below EqualTol (strict): at a sine of exactly EqualTol they
-    // stay apart; at 5e-4, below the default EqualTol, they coincide.
+    // Inner points collapse onto the chord only when sin(half piece angle) < EqualTol:
+    // at exactly EqualTol they stay apart; at 5e-4, below the default, they coincide.
     {
         plenar_test::ToleranceGuard guard(static_cast<double>(std::sin(0.25f)));
         Bez::ApproximateArc(P(0, 0), 1, 0, 0.5f, pts);
@@ -352,9 +346,6 @@ TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsOfAnyLength) {
     Bez::ApproximateArc(P(0, 0), 1, 0, 1e-3f, pts);
     ASSERT_EQ(pts.size(), 4u);
     EXPECT_EQ(pts[1], pts[2]);
-    // A sweep of any length gets all its pieces.
-    Bez::ApproximateArc(center, 1, 0, 1.65e6f, pts);
-    EXPECT_EQ(pts.size(), 3150919u);
     // No count for a sweep that is not finite, nor for one no list can hold.
     for (float end : {std::numeric_limits<float>::infinity(), std::nanf(""), 3e38f}) {
         pts.assign(3, P(0, 0));
@@ -372,9 +363,8 @@ TEST(CubicBezier2f, LineHitsAreStoredOnceAndBisectedDownToTheTolerance) {
     EXPECT_TRUE(wave.IntersectWithLine(P(-1, 0), P(4, 0), kUnit, kUnit, out));  // found again, not stored twice
     EXPECT_EQ(out.points.size(), 3u);
 
-    // A piece doubling back along the x axis with a diagonal of exactly the
-    // intersection tolerance (EqualTol / 2 = 1) is still bisected: its halves
-    // give the hits (t1 = 1/4 and 3/4), not its middle (t1 = 1/2).
+    // kBack, its diagonal exactly the intersection tolerance (EqualTol / 2 = 1), is
+    // still bisected: its halves give two hits (t1 = 1/4, 3/4), not its middle one.
     plenar_test::ToleranceGuard guard(2.0);
     CurveIntersections2f halves;
     EXPECT_TRUE(kBack.IntersectWithLine(P(0.25f, -1), P(0.25f, 1), kUnit, kUnit, halves));
@@ -383,9 +373,8 @@ TEST(CubicBezier2f, LineHitsAreStoredOnceAndBisectedDownToTheTolerance) {
 
 TEST(CubicBezier2f, CurveHitsBisectDownToTheToleranceAndTakeTinyPiecesByTheirMiddle) {
     {
-        // Pieces doubling back along the axes, the first with a diagonal of exactly
-        // the intersection tolerance (EqualTol / 2 = 1): it is still bisected, so
-        // the hits come from its halves (t1 = 1/4, 3/4), not its middle.
+        // Against a piece doubling back along y, kBack is still bisected at exactly
+        // the intersection tolerance: no hit comes from its middle.
         plenar_test::ToleranceGuard guard(2.0);
         const Bez up(P(0.25f, -0.5f), P(0.25f, -1), P(0.25f, 1), P(0.25f, 0.5f));
         CurveIntersections2f hits;
@@ -402,32 +391,6 @@ TEST(CubicBezier2f, CurveHitsBisectDownToTheToleranceAndTakeTinyPiecesByTheirMid
     ASSERT_EQ(touch.points.size(), 1u);
 }
 
-TEST(CubicBezier2f, RecursionsReturnOnDegenerateInput) {
-    const float nan = std::nanf(""), inf = std::numeric_limits<float>::infinity();
-    // A curve with a coordinate that is not finite neither meets nor lies in a rectangle.
-    for (const Bez& c : {Bez(P(0, 0), P(nan, 1), P(2, 1), P(3, 0)), Bez(P(0, 0), P(1, inf), P(2, 1), P(3, 0)),
-                         Bez(P(-inf, 0), P(1, 1), P(2, 1), P(inf, 0))}) {
-        EXPECT_FALSE(c.Intersects(CRect2f(0.5f, 0.5f, 1, 1)));
-        EXPECT_FALSE(c.IsInside(CRect2f(-1, -1, 5, 5)));
-    }
-    // A zero, negative or NaN length tolerance: the queries that read it still
-    // return, also where 1e30 overflows the squared lengths inside the flatness
-    // test and where at 1e18 float rounding keeps pieces from ever becoming flat.
-    const Bez overflowing(P(0, 0), P(1e30f, 1e30f), P(-1e30f, 1e30f), P(1e30f, 0));
-    const Bez coarse(P(-1e18f, 3e17f), P(1e18f, 1e18f), P(-1e18f, -1e18f), P(1e18f, 0));
-    for (double tol : {0.0, -1.0, static_cast<double>(nan)}) {
-        plenar_test::ToleranceGuard guard(tol);
-        for (const Bez& c : {overflowing, coarse, kArch}) {
-            c.Intersects(CRect2f(1.9f, 2.9f, 0.2f, 0.2f));
-            c.IsInside(CRect2f(-1, -1, 6, 6));
-            CurveIntersections2f out;
-            c.IntersectWithLine(P(0, 3), P(4, 3), kUnit, kUnit, out);
-            c.IntersectWithBezier(kArch, kUnit, kUnit, out);
-            c.IntersectWithBezier(Bez(P(0, 2), P(4, 2)), kUnit, kUnit, out);
-        }
-    }
-}
-
 // Finite curves finer than float can resolve: a piece that halving leaves as it
 // is, a pass that runs out of pieces, and the budget of the duplicate scans.
 TEST(CubicBezier2f, RecursionsRunToTheEndOnFiniteInput) {
@@ -441,20 +404,17 @@ TEST(CubicBezier2f, RecursionsRunToTheEndOnFiniteInput) {
     ASSERT_EQ(pts.size(), 2u);
 
     // Coordinates too coarse in float for the tolerance: the pass that runs out of
-    // pieces is thrown away, and the curve flattened again within a few float
-    // steps of its size.
+    // pieces is dropped and the curve flattened again at the float resolution.
     const Bez huge(P(-1e18f, 3e17f), P(1e18f, 1e18f), P(-1e18f, -1e18f), P(1e18f, 0));
     pts.clear();
     huge.ApproximateWithPolyline(pts, 0.001f);
     EXPECT_LT(pts.size(), 100000u);
 
     {
-        // The duplicate scans of a pass may compare against 2^30 stored hits in
-        // all, inclusively. This curve against itself at EqualTol 2^-30 makes
-        // 1024 hits and charges each of its hits twice against the stored ones;
-        // with 2^19 stored (the 1024 first, so that every hit found again is a
-        // duplicate) the pass charges exactly 2^30 and keeps its answer, where a
-        // pass over budget starts over at the float resolution and adds new hits.
+        // A pass's duplicate scans may compare against 2^30 stored hits, inclusively:
+        // this curve against itself at EqualTol 2^-30 finds 1024 hits, each charged
+        // twice against the 2^19 stored (its own 1024 first, so all are duplicates),
+        // exactly 2^30; a pass over budget would start over and add new hits.
         plenar_test::ToleranceGuard guard(0x1p-30);
         const float s = 0x1p-12f;
         const Bez small(P(1, 1), P(1, 0x1.001edp+0f), P(1 + s, 1 + s), P(1 + s, 1));
@@ -473,8 +433,6 @@ TEST(CubicBezier2f, UnusableTolerancesAndNonFiniteCurvesReturnAtOnce) {
         std::vector<P> pts;
         kArch.ApproximateWithPolyline(pts, tol);
         ASSERT_EQ(pts.size(), 1u) << tol;
-        float t = 0.25f;
-        EXPECT_FALSE(kArch.ParameterOfPointOnCurve(kArch.p0, tol, t)) << tol;
     }
     // EqualTol so small that half of it squares to zero: no intersections.
     {
@@ -482,6 +440,13 @@ TEST(CubicBezier2f, UnusableTolerancesAndNonFiniteCurvesReturnAtOnce) {
         CurveIntersections2f out;
         EXPECT_FALSE(kArch.IntersectWithBezier(kArch, kUnit, kUnit, out));
         EXPECT_FALSE(kArch.IntersectWithLine(P(0, 1), P(4, 1), kUnit, kUnit, out));
+    }
+    // A curve with a coordinate that is not finite neither meets nor lies in a rectangle.
+    const float inf = std::numeric_limits<float>::infinity();
+    for (const Bez& c : {Bez(P(0, 0), P(nan, 1), P(2, 1), P(3, 0)), Bez(P(0, 0), P(1, inf), P(2, 1), P(3, 0)),
+                         Bez(P(-inf, 0), P(1, 1), P(2, 1), P(inf, 0))}) {
+        EXPECT_FALSE(c.Intersects(CRect2f(0.5f, 0.5f, 1, 1)));
+        EXPECT_FALSE(c.IsInside(CRect2f(-1, -1, 5, 5)));
     }
     const Bez notFinite(P(0, 0), P(nan, 1e30f), P(1, 1), P(2, 0));
     std::vector<P> pts;
@@ -528,10 +493,9 @@ Bez RandomCurve(plenar_test::SplitMix64& rng, float lo, float hi) {
 
 }  // namespace
 
-// The hits of seeded random curve pairs, bit for bit and in order, as recorded:
-// ordinary crossings, near-tangent and tiny pieces, curves against themselves,
-// straight curves either way round, coordinates too coarse in float for the
-// tolerance, and changed tolerances.
+// The hits of seeded random curve pairs, bit for bit and in order, as recorded: ordinary
+// crossings, near-tangent and tiny pieces, curves against themselves, straight curves
+// either way round, coordinates too coarse in float, and changed tolerances.
 TEST(CubicBezier2f, CurveHitsMatchRecordedBits) {
     plenar_test::SplitMix64 rng(0x5eed2026);
     Digest d;
