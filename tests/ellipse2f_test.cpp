@@ -18,8 +18,7 @@ namespace {
 
 constexpr float kPi = 3.14159265358979323846f;
 
-// Twice the signed area of a closed outline (last point repeats the first):
-// positive when it runs counter-clockwise.
+// Twice the signed area of a closed outline: positive when it runs counter-clockwise.
 double SignedArea2(const std::vector<CPoint2f>& pts) {
     double a = 0.0;
     for (std::size_t i = 0; i + 1 < pts.size(); ++i) {
@@ -120,8 +119,7 @@ TEST(Ellipse2f, ClosestPointParameter) {
         EXPECT_LT(std::fabs(Dot(tangent, off)), 1e-4 * tangent.Length() * off.Length());
     }
 
-    // On a rotated, translated ellipse: points off the outline along its normal,
-    // inside and outside, lead back to the foot of that normal.
+    // On a rotated, translated ellipse, points off the outline along a normal lead back to its foot.
     const CEllipse2f e(CRect2f(0, 0, 10, 4), AffineTransform::Translate(1, -2) * AffineTransform::Rotate(0.4f));
     for (float t0 : {0.3f, 1.2f, 2.8f, 4.0f, 5.5f}) {
         for (float offset : {0.5f, -0.3f}) {
@@ -178,8 +176,7 @@ TEST(Ellipse2f, NearestParameterFindsTheNearestPointWhereNewtonDoesNot) {
     EXPECT_NEAR(e.ParameterOfClosestPoint(p), 1.110f, 1e-3f);
     EXPECT_NEAR(Distance(WorldPoint(e, e.NearestParameter(p)), p), 2.777, 1e-3);
 
-    // Seeded points inside and outside several ellipses: a rotated one, sheared,
-    // mirrored and translated ones, a circle, a very flat one and a tiny far one.
+    // Seeded points in and around rotated, sheared, mirrored, translated, round, flat and tiny ellipses.
     const CEllipse2f ellipses[] = {
         e,
         CEllipse2f(CPoint2f(-3, 4), 5, 0.5f, 0.7f),
@@ -232,15 +229,13 @@ TEST(Ellipse2f, NearestParameterOnAxesAndDegenerateEllipses) {
     // On the outline itself.
     EXPECT_NEAR(e.NearestParameter(e.GetPointAtParameter(-2.5f)), -2.5f, 1e-5f);
 
-    // A needle (axes 1 and 2^-59), p 2^-53 inside its tip and 2^-87 off the axis: the
-    // minor axis is too short to matter, so cos t = 1 - 2^-53 and t = 2^-26. The
-    // multiplier equation evaluates to exactly 0 over a stretch around its root; the
-    // bisection stops at the first such value it meets.
+    // A needle (axes 1 and 2^-59), p 2^-53 inside its tip and 2^-87 off the axis:
+    // cos t = 1 - 2^-53, t = 2^-26. The multiplier equation is exactly 0 over a
+    // stretch around its root; the bisection stops at the first such value it meets.
     const CEllipse2f needle(CPoint2f(0x1p-53f, 0), 1, 0x1p-59f, 0);
     EXPECT_NEAR(needle.NearestParameter(CPoint2f(1, 0x1p-87f)), 0x1p-26f, 0x1p-26f * 1e-6f);
 
-    // A circle: the polar angle, wherever the point is; at the centre, where every
-    // point is nearest, t = 0.
+    // A circle: the polar angle; at the centre, where every point is nearest, t = 0.
     EXPECT_EQ(CEllipse2f(CPoint2f(1, 2), 2, 2, 0).NearestParameter(CPoint2f(1, 2)), 0.0f);
     const CEllipse2f circle(CPoint2f(0, 0), 2, 2, 0.9f);
     EXPECT_NEAR(circle.NearestParameter(CPoint2f(-3, 1)), std::atan2(1.0f, -3.0f) - 0.9f, 1e-6f);
