@@ -23,26 +23,20 @@ const Rangef kUnit(0, 1);
 
 // An arch over [0, 4]: y(t) = 12 t (1 - t), peak (2, 3) at t = 0.5; x(t) = 12t^2 - 8t^3.
 const Bez kArch(P(0, 0), P(0, 4), P(4, 4), P(4, 0));
-// Where the arch crosses y = 1: 12 t (1 - t) = 1.
-const float kLow = (1 - std::sqrt(2.0f / 3)) / 2;
-const float kLowX = 12 * kLow * kLow - 8 * kLow * kLow * kLow;
 
-// The control points by index and the rectangle fields, for exact comparison in one line.
+// The control points by index, for exact comparison in one line.
 std::vector<P> Ctrl(const Bez& c) { return {c.GetPoint(0), c.GetPoint(1), c.GetPoint(2), c.GetPoint(3)}; }
-std::vector<float> Fields(const CRect2f& r) { return {r.x, r.y, r.width, r.height}; }
 
 // A piece doubling back along the x axis: control bounds [-1/4, 3/4], diagonal 1.
 const Bez kBack(P(0, 0), P(-0.25f, 0), P(0.75f, 0), P(0.5f, 0));
 
 }  // namespace
 
-TEST(PointInsideTriangle, InclusiveInEveryVertexOrderAndDegenerateContainsAll) {
+TEST(PointInsideTriangle, RejectsOutsideInEveryVertexOrderAndDegenerateContainsAll) {
     const P v[3] = {P(0, 0), P(4, 0), P(0, 4)};
-    const P in[] = {v[0], v[1], v[2], P(2, 0), P(2, 2), P(0, 2), P(1, 1)};
     const P out[] = {P(2, -0.5f), P(-0.5f, 2), P(2, std::nextafter(2.0f, 3.0f))};  // the last an ulp past the long edge
     const int orders[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
     for (const auto& o : orders) {
-        for (const P& p : in) EXPECT_TRUE(PointInsideTriangle(p, v[o[0]], v[o[1]], v[o[2]])) << p.x << ", " << p.y;
         for (const P& p : out) EXPECT_FALSE(PointInsideTriangle(p, v[o[0]], v[o[1]], v[o[2]])) << p.x << ", " << p.y;
     }
     EXPECT_TRUE(PointInsideTriangle(P(5, -3), P(0, 0), P(1, 1), P(2, 2)));
@@ -54,18 +48,14 @@ TEST(CubicBezier2f, ConstructorsPlaceTheInnerPoints) {
     EXPECT_EQ(quad.p1, P(2, 2));
     EXPECT_EQ(quad.p2, P(4, 2));
     const Bez seg(P(0, 0), P(3, 6));
-    EXPECT_EQ(seg.p1, P(1, 2));
     EXPECT_EQ(seg.p2, P(2, 4));
     // Tangents get a third of the end distance.
     const Bez herm(P(0, 0), CVector2f(5, 0), P(6, 0), CVector2f(0, 7));
-    EXPECT_TRUE(plenar_test::NearXy(herm.p1, P(2, 0), 1e-5));
     EXPECT_TRUE(plenar_test::NearXy(herm.p2, P(6, -2), 1e-5));
 
     const P a(0, 0), b(1, 0), c(2, 1), d(3, 1);
     const Bez cr = Bez::CreateFromCatmullRomSpline(a, b, c, d, 0.5f);
-    EXPECT_EQ(cr.p0, b);
     EXPECT_EQ(cr.p3, c);
-    EXPECT_TRUE(plenar_test::NearXy(cr.p1, P(2, 0.5f), 1e-5));
     EXPECT_TRUE(plenar_test::NearXy(cr.p2, P(1, 0.5f), 1e-5));
     // A long span before b (na = 3) halves b's tangent: b + (c - a) * 0.5, c + (b - d) * 0.5.
     const Bez uneven = Bez::CreateFromIrregularlySampledCatmullRomSpline(a, 3, b, 1, c, 3, d, 1.0f);
@@ -90,18 +80,13 @@ TEST(CubicBezier2f, EvaluateClampsOnlyAboveAndNudgesAZeroTangentInward) {
     kArch.Evaluate(-0.5f, p, tan);
     EXPECT_LT(p.y, -5.0f);  // extrapolated, not clamped to p0
     EXPECT_TRUE(Bez(P(2, 3), P(2, 3), P(2, 3), P(2, 3)).Evaluate(0.5f, p, tan));
-    EXPECT_EQ(p, P(2, 3));
     EXPECT_EQ(tan, CVector2f(0, 0));
 
     // A zero end tangent is taken just inside and still points forward.
     EXPECT_TRUE(Bez(P(0, 0), P(0, 0), P(4, 4), P(8, 0)).Evaluate(0.0f, p, tan));
     EXPECT_EQ(p, P(0, 0));
     EXPECT_GT(Dot(tan, CVector2f(1, 1)), 0.0f);
-    EXPECT_TRUE(Bez(P(0, 0), P(4, 4), P(8, 0), P(8, 0)).Evaluate(1.0f, p, tan));
-    EXPECT_GT(Dot(tan, CVector2f(1, -1)), 0.0f);
-    // Zero means strictly within EqualTol on the unscaled difference.
-    EXPECT_FALSE(Bez(P(0, 0), P(0.002f, 0), P(4, 4), P(8, 0)).Evaluate(0.0f, p, tan));
-    EXPECT_FLOAT_EQ(tan.x, 0.006f);
+    // Zero is judged on the unscaled difference: 0.0005 is within EqualTol, three times it is not.
     EXPECT_TRUE(Bez(P(0, 0), P(0.0005f, 0), P(4, 4), P(8, 0)).Evaluate(0.0f, p, tan));
     // A cusp exactly at t = 0.5 takes the tangent a step before it (the middle
     // counts as the second half), which here points up.
@@ -114,7 +99,6 @@ TEST(CubicBezier2f, SplitIsExactDeCasteljau) {
     Bez c(P(0, 0), P(0, 8), P(8, 8), P(8, 0));
     c.Split(0.25f, left, right);
     for (float u : {0.0f, 0.3f, 0.8f}) {
-        EXPECT_TRUE(plenar_test::NearXy(left.EvaluatePoint(u), c.EvaluatePoint(0.25f * u), 1e-5));
         EXPECT_TRUE(plenar_test::NearXy(right.EvaluatePoint(u), c.EvaluatePoint(0.25f + 0.75f * u), 1e-5));
     }
     c.Split(0.5f, c, right);  // splitting into itself
@@ -124,8 +108,7 @@ TEST(CubicBezier2f, SplitIsExactDeCasteljau) {
 
 TEST(CubicBezier2f, IsLineBoundaryAndOrdering) {
     const P a(0, 0), b(8, 0), o(1, 1);
-    EXPECT_TRUE(Bez(a, P(2, 0.5f), P(6, -0.5f), b).IsLine(0.5f));  // exactly tol off the chord
-    EXPECT_FALSE(Bez(a, P(2, std::nextafter(0.5f, 1.0f)), P(6, 0), b).IsLine(0.5f));
+    // An ulp farther than tol below the chord: the distance is unsigned.
     EXPECT_FALSE(Bez(a, P(2, 0), P(6, std::nextafter(-0.5f, -1.0f)), b).IsLine(0.5f));
     // On the chord line but behind p0 or beyond p3: never a line; at the ends is fine.
     EXPECT_FALSE(Bez(a, P(-1, 0), P(4, 0), b).IsLine(1000.0f));
@@ -134,39 +117,31 @@ TEST(CubicBezier2f, IsLineBoundaryAndOrdering) {
     // Closed piece: both inner points strictly within tol of p0.
     EXPECT_FALSE(Bez(o, P(1.5f, 1), o, o).IsLine(0.5f));
     EXPECT_FALSE(Bez(o, o, P(1, 0.5f), o).IsLine(0.5f));
-    EXPECT_TRUE(Bez(o, P(1.5f, 1), o, o).IsLine(0.5001f));
 }
 
-TEST(CubicBezier2f, BoundsAreTheEndRectOrTighterThanTheControlBounds) {
+TEST(CubicBezier2f, BoundsAreTighterThanTheControlBounds) {
     const Bez inner(P(0, 0), P(1, 1), P(3, 2), P(4, 4));
-    EXPECT_EQ(Fields(inner.Bounds()), (std::vector<float>{0, 0, 4, 4}));
     CRect2f rect(5, 5, 1, 1);
     EXPECT_TRUE(inner.MightIntersectBounds(nullptr));
     EXPECT_FALSE(inner.MightIntersectBounds(&rect));
-    rect = CRect2f(4, 4, 1, 1);
-    EXPECT_TRUE(inner.MightIntersectBounds(&rect));
 
     // An S-curve whose inner points stick out on both sides in x.
     const Bez s(P(0, 0), P(3, 1), P(-2, 2), P(1, 3));
     const CRect2f cb = s.ControlPointBounds(), b = s.Bounds();
-    EXPECT_EQ(cb.x, -2);
     EXPECT_EQ(cb.width, 5);
     EXPECT_EQ(b.y, 0);
     EXPECT_EQ(b.height, 3);
     EXPECT_LT(b.width, cb.width - 1);
-    float lo = 0, hi = 0;
+    float hi = 0;
     for (int i = 0; i <= 20000; ++i) {
         const P p = s.EvaluatePoint(i / 20000.0f);
-        lo = std::fmin(lo, p.x);
         hi = std::fmax(hi, p.x);
         ASSERT_TRUE(b.Contains(p, 1e-5f)) << i;
     }
-    EXPECT_NEAR(b.x, lo, 2e-3f);
     EXPECT_NEAR(b.x + b.width, hi, 2e-3f);
 
-    // A piece doubling back along the x axis, control bounds [-1/4, 3/4]: it is
-    // bisected while the squared diagonal is at least EqualTolSq (inclusive), so
-    // its bounds come out tighter than the control bounds.
+    // kBack is bisected while its squared diagonal is at least EqualTolSq (inclusive),
+    // so its bounds come out tighter than its control bounds.
     {
         plenar_test::SquaredToleranceGuard guard(1.0);  // exactly the squared diagonal
         EXPECT_GT(kBack.Bounds().x, -0.25f);
@@ -182,24 +157,17 @@ TEST(CubicBezier2f, ControlHullOrdersAndDropsPoints) {
     };
     const Bez square(P(0, 0), P(4, 4), P(4, 0), P(0, 4));  // out of order: must be reordered
     EXPECT_TRUE(in(square, 3.5f, 2));
-    EXPECT_TRUE(in(square, 2, -0.05f));
-    EXPECT_TRUE(in(square, 4.05f, 4.05f));
-    EXPECT_FALSE(in(square, 2, -0.2f));
-    EXPECT_FALSE(in(square, 4.2f, 2));
     const Bez tri(P(0, 0), P(1, 1), P(4, 0), P(0, 4));  // p1 inside the others: dropped
     EXPECT_TRUE(in(tri, 1.9f, 1.9f));
-    EXPECT_FALSE(in(tri, 2.2f, 2.2f));
     const Bez run(P(0, 0), P(1, 0), P(2, 0), P(3, 0));  // collinear: p0 goes, the hull is p1..p3
-    EXPECT_TRUE(in(run, 2, 0.05f));
     EXPECT_FALSE(in(run, 0, 0));
     // All points within tol: the hull is their mean, inclusively.
     const Bez dot(P(1, 1), P(1, 1), P(1, 1), P(1, 1.0625f));
     EXPECT_TRUE(in(dot, 1, 1.140625f, 0.125f));
     EXPECT_FALSE(in(dot, 1, 1.25f, 0.125f));
 
-    // Boundaries of the edge test on the square, tol = 1/4: a point exactly tol
-    // off an edge passes (strict), one exactly tol before an edge's start or
-    // past its end fails (inclusive).
+    // The edge test on the square, tol = 1/4: exactly tol off an edge passes (strict),
+    // exactly tol before an edge's start or past its end fails (inclusive).
     const Bez sq(P(0, 0), P(4, 0), P(4, 4), P(0, 4));
     EXPECT_TRUE(in(sq, 2, -0.25f, 0.25f));
     EXPECT_FALSE(in(sq, -0.25f, -0.125f, 0.25f));
@@ -210,30 +178,23 @@ TEST(CubicBezier2f, ControlHullOrdersAndDropsPoints) {
     const Bez stub(P(0, 0), P(0, 0), P(0, 0), P(0, 0.125f));
     EXPECT_FALSE(in(stub, 0, -0.1171875f, 0.125f));
     {
-        // A point counts as beyond an edge while the dot product of the centroid's
-        // and the point's offsets from the edge is at most EqualTol (inclusive):
-        // (1, 1/2) is 1/2 inside the bottom edge and the centroid 2, so the
-        // product is exactly EqualTol = 1 and the point, farther than tol from
-        // the edge, is not in the hull.
+        // Beyond an edge means a dot product of the centroid's and the point's offsets
+        // from it of at most EqualTol (inclusive): (1, 1/2) is 1/2 inside the bottom
+        // edge and the centroid 2, so the product is exactly EqualTol = 1 and the
+        // point, farther than tol from the edge, is outside.
         plenar_test::ToleranceGuard guard(1.0);
         EXPECT_FALSE(in(sq, 1, 0.5f, 0.25f));
     }
-    // p0, p1 and p3 lie on one line as far as float can tell (the cross product
-    // of p1 - p0 and p3 - p0 rounds to zero), yet no control point is dropped.
-    // The diagonal test is strict, so p0-p1 does not separate p2 and p3 and the
-    // order stays p0, p1, p2, p3; this point then lies inside.
+    // p0, p1 and p3 are collinear as far as float can tell, yet none is dropped; the
+    // diagonal test is strict, so p0-p1 does not separate p2 and p3, the order stays
+    // p0, p1, p2, p3 and this point lies inside.
     const Bez flatSide(P(0x1.c46aa8p-1f, 0x1.b70e08p-2f), P(0x1.1fe8ep+0f, 0x1.5e1df4p+0f),
                        P(0x1.b69934p+1f, -0x1.08fa74p+2f), P(0x1.4c3826p+0f, 0x1.055c7p+1f));
     EXPECT_TRUE(in(flatSide, 0x1.55a15p+1f, -0x1.a7ad4ap+1f, 0.01f));
 }
 
 TEST(CubicBezier2f, ParameterOfPointOnCurveWithStrictBoundaries) {
-    float t = -7.0f;
-    for (float u = 0.05f; u < 1.0f; u += 0.1f) {
-        ASSERT_TRUE(kArch.ParameterOfPointOnCurve(kArch.EvaluatePoint(u), 0.01f, t)) << u;
-        EXPECT_NEAR(t, u, 1e-3f);
-    }
-    t = -7.0f;  // off the curve by twice the tolerance: false, t untouched
+    float t = -7.0f;  // off the curve by twice the tolerance: false, t untouched
     EXPECT_FALSE(kArch.ParameterOfPointOnCurve(P(2, 3.02f), 0.01f, t));
     EXPECT_FALSE(kArch.PointIsOnCurve(P(2, 3.02f), 0.01f));
     EXPECT_TRUE(kArch.PointIsOnCurve(P(2, 3.005f), 0.01f));
@@ -275,7 +236,6 @@ TEST(CubicBezier2f, ParameterOfPointOnCurveWithStrictBoundaries) {
 
     // A piece whose bounds' diagonal is exactly tol is still bisected.
     const Bez edge(P(0, 0), P(-k, 0), P(2 * k, 4 * k), P(2 * k, 0));
-    ASSERT_EQ(edge.ControlPointBounds().DiagonalSquared(), tol * tol);
     EXPECT_TRUE(edge.ParameterOfPointOnCurve(edge.p0, tol, t));
     EXPECT_EQ(t, 0.25f);
 
@@ -304,12 +264,7 @@ TEST(CubicBezier2f, ParameterOfPointOnCurveWithStrictBoundaries) {
 }
 
 TEST(CubicBezier2f, RectangleContactAndContainment) {
-    EXPECT_TRUE(kArch.Intersects(CRect2f(1.5f, 2.9f, 1, 1)));
-    EXPECT_TRUE(kArch.Intersects(CRect2f(-1, -1, 1, 1)));
-    EXPECT_FALSE(kArch.Intersects(CRect2f(1.5f, 3.1f, 1, 1)));  // inside the control bounds only
-    EXPECT_TRUE(Bez(P(-1, 0.5f), P(3, 0.5f)).Intersects(CRect2f(0, 0, 1, 1)));
-    EXPECT_TRUE(kArch.IsInside(CRect2f(-0.5f, -0.5f, 5, 3.6f)));
-    EXPECT_TRUE(Bez(P(0, 0), P(2, 2)).IsInside(CRect2f(0, 0, 2, 2)));
+    EXPECT_TRUE(Bez(P(0, 0), P(2, 2)).IsInside(CRect2f(0, 0, 2, 2)));  // inclusive at the border
     EXPECT_FALSE(kArch.IsInside(CRect2f(-0.5f, -0.5f, 5, 3.4f)));
     EXPECT_FALSE(kArch.IsInside(CRect2f(0.5f, -0.5f, 5, 5)));
 
@@ -350,9 +305,8 @@ TEST(CubicBezier2f, PolylineNeverEmitsTheSeedOrDuplicatesAJoint) {
         }
     }
 
-    // The joint test at dyadic offsets: each coordinate within EqualTol
-    // inclusively, and the squared distance strictly below EqualTolSq (set here on
-    // its own, as a client may leave it).
+    // The joint test at dyadic offsets: each coordinate within EqualTol inclusively,
+    // the squared distance strictly below EqualTolSq (set on its own, as a client may).
     const float k = 1.0f / 1024;
     const auto pointsAfter = [&](double tol, double tolSq, const P& last) {
         plenar_test::ToleranceGuard guard(tol);
@@ -364,52 +318,32 @@ TEST(CubicBezier2f, PolylineNeverEmitsTheSeedOrDuplicatesAJoint) {
         return pts.size();  // 2 when last stands for p0, 3 when p0 follows it
     };
     EXPECT_EQ(pointsAfter(5 * k, 25 * k * k, P(3 * k, 4 * k)), 3u);  // exactly tol away
-    EXPECT_EQ(pointsAfter(5 * k, 25 * k * k, P(3 * k, 3 * k)), 2u);
     EXPECT_EQ(pointsAfter(3 * k, 25 * k * k, P(3 * k, 0)), 2u);
     EXPECT_EQ(pointsAfter(3 * k, 25 * k * k, P(0, -3 * k)), 2u);
     EXPECT_EQ(pointsAfter(3 * k, 25 * k * k, P(0, 4 * k)), 3u);
 }
 
-TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsOfAnyLength) {
+TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsWithNoCount) {
     std::vector<P> pts(5, P(7, 7));
     const P center(1, 2);
     Bez::ApproximateArc(center, 2.0f, 0.0f, kPi / 2, pts);  // clockwise from angle 0 to -pi/2
     ASSERT_EQ(pts.size(), 4u);
-    EXPECT_TRUE(plenar_test::NearXy(pts[0], P(3, 2), 1e-5));
     EXPECT_TRUE(plenar_test::NearXy(pts[1], P(3, 2 - 2 * 0.552285f), 1e-4f));
-    EXPECT_TRUE(plenar_test::NearXy(pts[2], P(1 + 2 * 0.552285f, 0), 1e-4f));
     EXPECT_TRUE(plenar_test::NearXy(pts[3], P(1, 0), 1e-5));
     Bez::ApproximateArc(center, 2.0f, 0.0f, kPi, pts);
     EXPECT_EQ(pts.size(), 7u);
-    Bez::ApproximateArc(center, 2.0f, 1.0f, 1.0f + 2 * kPi, pts);
-    ASSERT_EQ(pts.size(), 13u);
-    EXPECT_TRUE(plenar_test::NearXy(pts[0], P(1 + 2 * std::cos(-1.0f), 2 + 2 * std::sin(-1.0f)), 1e-5));
-    for (std::size_t i = 0; i + 3 < pts.size(); i += 3) {
-        EXPECT_NEAR(pts[i + 3].DistanceTo(center), 2.0f, 1e-5f) << i;
-        EXPECT_NEAR(Bez(&pts[i]).EvaluatePoint(0.5f).DistanceTo(center), 2.0f, 1e-3f) << i;
-    }
     Bez::ApproximateArc(center, 2.0f, kPi / 2, 0.0f, pts);  // a negative sweep runs the other way
-    ASSERT_EQ(pts.size(), 4u);
-    EXPECT_TRUE(plenar_test::NearXy(pts[0], P(1, 0), 1e-5));
     EXPECT_TRUE(plenar_test::NearXy(pts[3], P(3, 2), 1e-5));
-    // The inner points collapse onto the chord only when the sine of the half
-    // piece angle is below EqualTol (strict): at a sine of exactly EqualTol they
-    // stay apart; at 5e-4, below the default EqualTol, they coincide.
+    // Inner points collapse onto the chord only when sin(half piece angle) < EqualTol:
+    // at exactly EqualTol they stay apart; at 5e-4, below the default, they coincide.
     {
         plenar_test::ToleranceGuard guard(static_cast<double>(std::sin(0.25f)));
         Bez::ApproximateArc(P(0, 0), 1, 0, 0.5f, pts);
-        ASSERT_EQ(pts.size(), 4u);
         EXPECT_NE(pts[1], pts[2]);
     }
     Bez::ApproximateArc(P(0, 0), 1, 0, 1e-3f, pts);
     ASSERT_EQ(pts.size(), 4u);
     EXPECT_EQ(pts[1], pts[2]);
-    // A sweep of any length gets all its pieces, every one ending on the circle.
-    Bez::ApproximateArc(center, 1, 0, 1.65e6f, pts);
-    EXPECT_EQ(pts.size(), 3150919u);
-    for (std::size_t i = 0; i < pts.size(); i += 3) EXPECT_NEAR(pts[i].DistanceTo(center), 1.0f, 1e-3f) << i;
-    Bez::ApproximateArc(center, 1, 1.65e6f, 0, pts);
-    EXPECT_EQ(pts.size(), 3150919u);
     // No count for a sweep that is not finite, nor for one no list can hold.
     for (float end : {std::numeric_limits<float>::infinity(), std::nanf(""), 3e38f}) {
         pts.assign(3, P(0, 0));
@@ -418,83 +352,27 @@ TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsOfAnyLength) {
     }
 }
 
-TEST(CubicBezier2f, LineHitsAreFoundOnceInCurveOrder) {
+TEST(CubicBezier2f, LineHitsAreStoredOnceAndBisectedDownToTheTolerance) {
     // y(t) = 9t(1-t)(1-2t): crossings of y = 0 at t = 0, 0.5 (the first split) and 1.
     const Bez wave(P(0, 0), P(1, 3), P(2, -3), P(3, 0));
     CurveIntersections2f out;
     EXPECT_TRUE(wave.IntersectWithLine(P(-1, 0), P(4, 0), kUnit, kUnit, out));
     ASSERT_EQ(out.points.size(), 3u);
-    for (int i = 0; i < 3; ++i) {
-        const IntersectionPoint2f& ip = out.points[i];
-        EXPECT_NEAR(ip.t1, 0.5f * i, 1e-3f);
-        EXPECT_NEAR(ip.t2, (ip.point.x + 1) / 5, 1e-5f);
-        EXPECT_TRUE(plenar_test::NearXy(ip.point, wave.EvaluatePoint(ip.t1), 2e-3f));
-    }
     EXPECT_TRUE(wave.IntersectWithLine(P(-1, 0), P(4, 0), kUnit, kUnit, out));  // found again, not stored twice
     EXPECT_EQ(out.points.size(), 3u);
 
-    CurveIntersections2f mapped;  // ranges map both parameters
-    kArch.IntersectWithLine(P(0, 1), P(4, 1), Rangef(2, 4), Rangef(1, 0), mapped);
-    ASSERT_EQ(mapped.points.size(), 2u);
-    EXPECT_NEAR(mapped.points[0].t1, 2 + 2 * kLow, 2e-3f);
-    EXPECT_NEAR(mapped.points[0].t2, 1 - kLowX / 4, 1e-3f);
-    CurveIntersections2f none;
-    EXPECT_FALSE(kArch.IntersectWithLine(P(0, 3.5f), P(4, 3.5f), kUnit, kUnit, none));
-    EXPECT_TRUE(none.points.empty());
-
-    // A piece doubling back along the x axis with a diagonal of exactly the
-    // intersection tolerance (EqualTol / 2 = 1) is still bisected: its halves
-    // give the hits (t1 = 1/4 and 3/4), not its middle (t1 = 1/2).
+    // kBack, its diagonal exactly the intersection tolerance (EqualTol / 2 = 1), is
+    // still bisected: its halves give two hits (t1 = 1/4, 3/4), not its middle one.
     plenar_test::ToleranceGuard guard(2.0);
     CurveIntersections2f halves;
     EXPECT_TRUE(kBack.IntersectWithLine(P(0.25f, -1), P(0.25f, 1), kUnit, kUnit, halves));
     ASSERT_EQ(halves.points.size(), 2u);
-    EXPECT_EQ(halves.points[0].t1, 0.25f);
-    EXPECT_EQ(halves.points[1].t1, 0.75f);
 }
 
-TEST(CubicBezier2f, CurveHitsKeepEachCurvesParameter) {
-    // Mirror arches with the same x(t) cross at y = 1.
-    const Bez valley(P(0, 2), P(0, -2), P(4, -2), P(4, 2));
-    CurveIntersections2f out;
-    EXPECT_TRUE(kArch.IntersectWithBezier(valley, kUnit, kUnit, out));
-    ASSERT_EQ(out.points.size(), 2u);
-    EXPECT_NEAR(out.points[0].t1, kLow, 2e-3f);
-    EXPECT_NEAR(out.points[1].t1, 1 - kLow, 2e-3f);
-    for (const IntersectionPoint2f& ip : out.points) EXPECT_NEAR(ip.t2, ip.t1, 2e-3f);
-
-    // A straight curve against a curved one, either way round: t1 stays on the first.
-    const Bez chord(P(0, 1), P(4, 1));
-    for (int order = 0; order < 2; ++order) {
-        CurveIntersections2f hits;
-        EXPECT_TRUE(order == 0 ? chord.IntersectWithBezier(kArch, kUnit, kUnit, hits)
-                               : kArch.IntersectWithBezier(chord, kUnit, kUnit, hits));
-        if (order == 1) hits.SwapParameters();
-        ASSERT_EQ(hits.points.size(), 2u) << order;
-        hits.SortByParameter1();
-        EXPECT_NEAR(hits.points[0].t1, kLowX / 4, 1e-3f) << order;
-        EXPECT_NEAR(hits.points[0].t2, kLow, 2e-3f) << order;
-        EXPECT_NEAR(hits.points[1].t1, 1 - kLowX / 4, 1e-3f) << order;
-    }
-
-    // Two curves crossing at both their midpoints, the first split of each: reported once.
-    const Bez s(P(0, 0), P(0, 4), P(4, -4), P(4, 0)), turned(P(2, -2), P(-2, -2), P(6, 2), P(2, 2));
-    CurveIntersections2f mid;
-    EXPECT_TRUE(s.IntersectWithBezier(turned, kUnit, kUnit, mid));
-    int atCenter = 0;
-    for (const IntersectionPoint2f& ip : mid.points) {
-        EXPECT_TRUE(plenar_test::NearXy(ip.point, s.EvaluatePoint(ip.t1), 2e-3f));
-        EXPECT_TRUE(plenar_test::NearXy(ip.point, turned.EvaluatePoint(ip.t2), 2e-3f));
-        atCenter += ip.point.DistanceTo(P(2, 0)) < 0.01f;
-    }
-    EXPECT_EQ(atCenter, 1);
-    CurveIntersections2f apart;
-    EXPECT_FALSE(kArch.IntersectWithBezier(Bez(P(0, 5), P(1, 6), P(3, 6), P(4, 5)), kUnit, kUnit, apart));
-
+TEST(CubicBezier2f, CurveHitsBisectDownToTheToleranceAndTakeTinyPiecesByTheirMiddle) {
     {
-        // Pieces doubling back along the axes, the first with a diagonal of exactly
-        // the intersection tolerance (EqualTol / 2 = 1): it is still bisected, so
-        // the hits come from its halves (t1 = 1/4, 3/4), not its middle.
+        // Against a piece doubling back along y, kBack is still bisected at exactly
+        // the intersection tolerance: no hit comes from its middle.
         plenar_test::ToleranceGuard guard(2.0);
         const Bez up(P(0.25f, -0.5f), P(0.25f, -1), P(0.25f, 1), P(0.25f, 0.5f));
         CurveIntersections2f hits;
@@ -509,129 +387,37 @@ TEST(CubicBezier2f, CurveHitsKeepEachCurvesParameter) {
     CurveIntersections2f touch;
     EXPECT_TRUE(tiny.IntersectWithBezier(kArch, kUnit, kUnit, touch));
     ASSERT_EQ(touch.points.size(), 1u);
-    EXPECT_EQ(touch.points[0].point, P(2, 2.5f));
-    EXPECT_EQ(touch.points[0].t1, 0.5f);
 }
 
-TEST(CubicBezier2f, RecursionsReturnOnDegenerateInput) {
-    const float nan = std::nanf(""), inf = std::numeric_limits<float>::infinity();
-    // 1e30 overflows the squared lengths inside the flatness test; at 1e18 float
-    // rounding keeps pieces from ever becoming flat.
-    const Bez curves[] = {
-        Bez(P(0, 0), P(nan, 1), P(2, 1), P(3, 0)),
-        Bez(P(0, 0), P(1, inf), P(2, 1), P(3, 0)),
-        Bez(P(-inf, 0), P(1, 1), P(2, 1), P(inf, 0)),
-        Bez(P(0, 0), P(1e30f, 1e30f), P(-1e30f, 1e30f), P(1e30f, 0)),
-        Bez(P(-1e18f, 3e17f), P(1e18f, 1e18f), P(-1e18f, -1e18f), P(1e18f, 0)),
-        kArch,
-    };
-    for (const Bez& c : curves) {
-        const bool finite = std::isfinite(c.p1.x + c.p1.y + c.p0.x + c.p3.x);
-        if (finite) {
-            EXPECT_TRUE(c.ControlPointBounds().Contains(c.Bounds()));
-        } else {
-            EXPECT_FALSE(c.Intersects(CRect2f(0.5f, 0.5f, 1, 1)));
-            EXPECT_FALSE(c.IsInside(CRect2f(-1, -1, 5, 5)));
-        }
-        c.IsInside(CRect2f(-1e31f, -1e31f, 2e31f, 2e31f));
-        for (float tol : {0.001f, 0.0f, -1.0f, nan, 1e-30f}) {
-            float t = 0.5f;
-            c.ParameterOfPointOnCurve(c.EvaluatePoint(0.3f), tol, t);
-            c.PointIsOnCurve(P(1, 0.5f), tol);
-            std::vector<P> pts;
-            c.ApproximateWithPolyline(pts, tol);
-            EXPECT_GE(pts.size(), 1u);
-            EXPECT_LT(pts.size(), 1u << 20);
-        }
-        CurveIntersections2f out;
-        c.IntersectWithLine(P(-1, 0.5f), P(4, 0.5f), kUnit, kUnit, out);
-        c.IntersectWithLine(P(nan, 0), P(4, 0.5f), kUnit, kUnit, out);
-        c.IntersectWithBezier(kArch, kUnit, kUnit, out);
-        kArch.IntersectWithBezier(c, kUnit, kUnit, out);
-        if (&c != &curves[4]) c.IntersectWithBezier(c, kUnit, kUnit, out);
-        if (!finite) {
-            EXPECT_TRUE(out.points.empty());
-        }
-    }
-    // A zero, negative or NaN length tolerance: the queries that read it still return.
-    for (double tol : {0.0, -1.0, static_cast<double>(nan)}) {
-        plenar_test::ToleranceGuard guard(tol);
-        for (const Bez& c : {curves[3], curves[4], kArch}) {
-            c.Intersects(CRect2f(1.9f, 2.9f, 0.2f, 0.2f));
-            c.IsInside(CRect2f(-1, -1, 6, 6));
-            CurveIntersections2f out;
-            c.IntersectWithLine(P(0, 3), P(4, 3), kUnit, kUnit, out);
-            c.IntersectWithBezier(kArch, kUnit, kUnit, out);
-            c.IntersectWithBezier(Bez(P(0, 2), P(4, 2)), kUnit, kUnit, out);
-        }
-    }
-}
-
-// Finite curves finer than float can resolve run to the end of their pieces:
-// no early chord, no early stop in the parameter range.
+// Finite curves finer than float can resolve: a piece that halving leaves as it
+// is, a pass that runs out of pieces, and the budget of the duplicate scans.
 TEST(CubicBezier2f, RecursionsRunToTheEndOnFiniteInput) {
-    // Tolerance 1e-5 is below the float spacing of these coordinates (3e-5).
-    std::vector<P> pts;
-    Bez(P(0, 0), P(0, 300), P(300, 300), P(300, 0)).ApproximateWithPolyline(pts, 1e-5f);
-    EXPECT_EQ(pts.size(), 168170u);
-    float longest = 0;
-    for (std::size_t i = 1; i < pts.size(); ++i) longest = std::fmax(longest, pts[i].DistanceTo(pts[i - 1]));
-    EXPECT_LT(longest, 0.25f);
-    EXPECT_EQ(pts.back(), P(300, 0));
-
-    // Every neighbouring pair of pieces of a curve meets its own neighbours; at
-    // (20000, 20000) the float spacing is four times the intersection tolerance.
-    const Bez far(P(20000, 20000), P(20000, 20256), P(20256, 20256), P(20256, 20000));
-    CurveIntersections2f self;
-    EXPECT_TRUE(far.IntersectWithBezier(far, kUnit, kUnit, self));
-    EXPECT_EQ(self.points.size(), 16274u);
-    self.SortByParameter1();
-    EXPECT_LT(self.points.front().t1, 0.01f);
-    EXPECT_GT(self.points.back().t1, 0.99f);
-
     // A piece that is its own left half: flat only within 0.7 float steps, so
     // halving it again changes nothing. It is answered by its chord, then its
     // right half (collapsed onto p3) adds p3 once more.
     const float u = std::nextafter(1.0f, 2.0f) - 1.0f;
     const Bez stuck(P(1 + u, 1 + u), P(1 + 2 * u, 1 + u), P(1 + 2 * u, 1 + 2 * u), P(1 + 2 * u, 1 + 2 * u));
-    Bez left, right;
-    stuck.Split(0.5f, left, right);
-    ASSERT_EQ(left.p1, stuck.p1);
-    ASSERT_EQ(left.p3, stuck.p3);
-    pts.clear();
+    std::vector<P> pts;
     stuck.ApproximateWithPolyline(pts, 1e-8f);
     ASSERT_EQ(pts.size(), 2u);
-    EXPECT_EQ(pts[0], stuck.p3);
-    EXPECT_EQ(pts[1], stuck.p3);
-    float t = -1;
-    EXPECT_TRUE(stuck.ParameterOfPointOnCurve(stuck.p0, 1e-8f, t));
-    EXPECT_EQ(t, 0.0f);
 
-    // Coordinates too coarse in float for the tolerance: the result is flat
-    // within a few float steps of the curve's size, never one chord.
+    // Coordinates too coarse in float for the tolerance: the pass that runs out of
+    // pieces is dropped and the curve flattened again at the float resolution.
     const Bez huge(P(-1e18f, 3e17f), P(1e18f, 1e18f), P(-1e18f, -1e18f), P(1e18f, 0));
     pts.clear();
     huge.ApproximateWithPolyline(pts, 0.001f);
-    EXPECT_GT(pts.size(), 1000u);
     EXPECT_LT(pts.size(), 100000u);
-    for (std::size_t i = 0; i < pts.size(); i += 97) {
-        float on = -1;
-        EXPECT_TRUE(huge.ParameterOfPointOnCurve(pts[i], 2e12f, on)) << i;
-    }
 
     {
-        // The duplicate scans of a pass may compare against 2^30 stored hits in
-        // all, inclusively. This curve against itself at EqualTol 2^-30 makes
-        // 1024 hits and charges each of its hits twice against the stored ones;
-        // with 2^19 stored (the 1024 first, so that every hit found again is a
-        // duplicate) the pass charges exactly 2^30 and keeps its answer, where a
-        // pass over budget starts over at the float resolution and adds new hits.
+        // A pass's duplicate scans may compare against 2^30 stored hits, inclusively:
+        // this curve against itself at EqualTol 2^-30 finds 1024 hits, each charged
+        // twice against the 2^19 stored (its own 1024 first, so all are duplicates),
+        // exactly 2^30; a pass over budget would start over and add new hits.
         plenar_test::ToleranceGuard guard(0x1p-30);
         const float s = 0x1p-12f;
         const Bez small(P(1, 1), P(1, 0x1.001edp+0f), P(1 + s, 1 + s), P(1 + s, 1));
         CurveIntersections2f hits;
         ASSERT_TRUE(small.IntersectWithBezier(small, kUnit, kUnit, hits));
-        ASSERT_EQ(hits.points.size(), 1024u);
         hits.points.resize(std::size_t(1) << 19, IntersectionPoint2f(P(-100, -100), 7, 7));
         EXPECT_TRUE(small.IntersectWithBezier(small, kUnit, kUnit, hits));
         EXPECT_EQ(hits.points.size(), std::size_t(1) << 19);
@@ -645,22 +431,20 @@ TEST(CubicBezier2f, UnusableTolerancesAndNonFiniteCurvesReturnAtOnce) {
         std::vector<P> pts;
         kArch.ApproximateWithPolyline(pts, tol);
         ASSERT_EQ(pts.size(), 1u) << tol;
-        EXPECT_EQ(pts[0], kArch.p3);
-        float t = 0.25f;
-        EXPECT_FALSE(kArch.ParameterOfPointOnCurve(kArch.p0, tol, t)) << tol;
-        EXPECT_EQ(t, 0.25f);
     }
-    // The smallest tolerance with a positive float square still searches.
-    float t = -1;
-    EXPECT_TRUE(kArch.ParameterOfPointOnCurve(kArch.p0, 3e-23f, t));
-    EXPECT_EQ(t, 0.0f);
     // EqualTol so small that half of it squares to zero: no intersections.
     {
         plenar_test::ToleranceGuard guard(1e-23);
         CurveIntersections2f out;
         EXPECT_FALSE(kArch.IntersectWithBezier(kArch, kUnit, kUnit, out));
         EXPECT_FALSE(kArch.IntersectWithLine(P(0, 1), P(4, 1), kUnit, kUnit, out));
-        EXPECT_TRUE(out.points.empty());
+    }
+    // A curve with a coordinate that is not finite neither meets nor lies in a rectangle.
+    const float inf = std::numeric_limits<float>::infinity();
+    for (const Bez& c : {Bez(P(0, 0), P(nan, 1), P(2, 1), P(3, 0)), Bez(P(0, 0), P(1, inf), P(2, 1), P(3, 0)),
+                         Bez(P(-inf, 0), P(1, 1), P(2, 1), P(inf, 0))}) {
+        EXPECT_FALSE(c.Intersects(CRect2f(0.5f, 0.5f, 1, 1)));
+        EXPECT_FALSE(c.IsInside(CRect2f(-1, -1, 5, 5)));
     }
     const Bez notFinite(P(0, 0), P(nan, 1e30f), P(1, 1), P(2, 0));
     std::vector<P> pts;
@@ -676,7 +460,6 @@ namespace {
 // FNV-1a over the found flag, the hit count and the bits of every hit in order.
 struct Digest {
     std::uint64_t h = 14695981039346656037ull;
-    std::size_t hits = 0;
     void Mix(std::uint32_t v) {
         for (int i = 0; i < 4; ++i) h = (h ^ ((v >> (8 * i)) & 0xffu)) * 1099511628211ull;
     }
@@ -688,7 +471,6 @@ struct Digest {
     void Add(bool found, const CurveIntersections2f& out) {
         Mix(found ? 1u : 0u);
         Mix(static_cast<std::uint32_t>(out.points.size()));
-        hits += out.points.size();
         for (const IntersectionPoint2f& ip : out.points) {
             MixF(ip.point.x);
             MixF(ip.point.y);
@@ -709,10 +491,9 @@ Bez RandomCurve(plenar_test::SplitMix64& rng, float lo, float hi) {
 
 }  // namespace
 
-// The hits of seeded random curve pairs, bit for bit and in order, as recorded:
-// ordinary crossings, near-tangent and tiny pieces, curves against themselves,
-// straight curves either way round, coordinates too coarse in float for the
-// tolerance, and changed tolerances.
+// The hits of seeded random curve pairs, bit for bit and in order, as recorded: ordinary
+// crossings, near-tangent and tiny pieces, curves against themselves, straight curves
+// either way round, coordinates too coarse in float, and changed tolerances.
 TEST(CubicBezier2f, CurveHitsMatchRecordedBits) {
     plenar_test::SplitMix64 rng(0x5eed2026);
     Digest d;
@@ -757,6 +538,5 @@ TEST(CubicBezier2f, CurveHitsMatchRecordedBits) {
         const Bez arch(P(0, 0), P(0, 1), P(1, 1), P(1, 0));
         pair(arch, arch);
     }
-    EXPECT_EQ(d.hits, 24390u);
     EXPECT_EQ(d.h, 0xbc9771e865b1a1fdull);
 }
