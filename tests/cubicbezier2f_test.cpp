@@ -344,6 +344,10 @@ TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsWithNoCount) {
     Bez::ApproximateArc(P(0, 0), 1, 0, 1e-3f, pts);
     ASSERT_EQ(pts.size(), 4u);
     EXPECT_EQ(pts[1], pts[2]);
+    // A sweep of any length gets all its pieces, every one ending on the circle.
+    Bez::ApproximateArc(center, 1, 0, 1.65e6f, pts);
+    EXPECT_EQ(pts.size(), 3150919u);
+    for (std::size_t i = 0; i < pts.size(); i += 3) EXPECT_NEAR(pts[i].DistanceTo(center), 1.0f, 1e-3f) << i;
     // No count for a sweep that is not finite, nor for one no list can hold.
     for (float end : {std::numeric_limits<float>::infinity(), std::nanf(""), 3e38f}) {
         pts.assign(3, P(0, 0));
@@ -387,6 +391,60 @@ TEST(CubicBezier2f, CurveHitsBisectDownToTheToleranceAndTakeTinyPiecesByTheirMid
     CurveIntersections2f touch;
     EXPECT_TRUE(tiny.IntersectWithBezier(kArch, kUnit, kUnit, touch));
     ASSERT_EQ(touch.points.size(), 1u);
+}
+
+TEST(CubicBezier2f, RecursionsReturnOnDegenerateInput) {
+    const float nan = std::nanf(""), inf = std::numeric_limits<float>::infinity();
+    // 1e30 overflows the squared lengths inside the flatness test; at 1e18 float
+    // rounding keeps pieces from ever becoming flat.
+    const Bez curves[] = {
+        Bez(P(0, 0), P(nan, 1), P(2, 1), P(3, 0)),
+        Bez(P(0, 0), P(1, inf), P(2, 1), P(3, 0)),
+        Bez(P(-inf, 0), P(1, 1), P(2, 1), P(inf, 0)),
+        Bez(P(0, 0), P(1e30f, 1e30f), P(-1e30f, 1e30f), P(1e30f, 0)),
+        Bez(P(-1e18f, 3e17f), P(1e18f, 1e18f), P(-1e18f, -1e18f), P(1e18f, 0)),
+        kArch,
+    };
+    for (const Bez& c : curves) {
+        const bool finite = std::isfinite(c.p1.x + c.p1.y + c.p0.x + c.p3.x);
+        if (finite) {
+            EXPECT_TRUE(c.ControlPointBounds().Contains(c.Bounds()));
+        } else {
+            EXPECT_FALSE(c.Intersects(CRect2f(0.5f, 0.5f, 1, 1)));
+            EXPECT_FALSE(c.IsInside(CRect2f(-1, -1, 5, 5)));
+        }
+        c.IsInside(CRect2f(-1e31f, -1e31f, 2e31f, 2e31f));
+        for (float tol : {0.001f, 0.0f, -1.0f, nan, 1e-30f}) {
+            float t = 0.5f;
+            c.ParameterOfPointOnCurve(c.EvaluatePoint(0.3f), tol, t);
+            c.PointIsOnCurve(P(1, 0.5f), tol);
+            std::vector<P> pts;
+            c.ApproximateWithPolyline(pts, tol);
+            EXPECT_GE(pts.size(), 1u);
+            EXPECT_LT(pts.size(), 1u << 20);
+        }
+        CurveIntersections2f out;
+        c.IntersectWithLine(P(-1, 0.5f), P(4, 0.5f), kUnit, kUnit, out);
+        c.IntersectWithLine(P(nan, 0), P(4, 0.5f), kUnit, kUnit, out);
+        c.IntersectWithBezier(kArch, kUnit, kUnit, out);
+        kArch.IntersectWithBezier(c, kUnit, kUnit, out);
+        if (&c != &curves[4]) c.IntersectWithBezier(c, kUnit, kUnit, out);
+        if (!finite) {
+            EXPECT_TRUE(out.points.empty());
+        }
+    }
+    // A zero, negative or NaN length tolerance: the queries that read it still return.
+    for (double tol : {0.0, -1.0, static_cast<double>(nan)}) {
+        plenar_test::ToleranceGuard guard(tol);
+        for (const Bez& c : {curves[3], curves[4], kArch}) {
+            c.Intersects(CRect2f(1.9f, 2.9f, 0.2f, 0.2f));
+            c.IsInside(CRect2f(-1, -1, 6, 6));
+            CurveIntersections2f out;
+            c.IntersectWithLine(P(0, 3), P(4, 3), kUnit, kUnit, out);
+            c.IntersectWithBezier(kArch, kUnit, kUnit, out);
+            c.IntersectWithBezier(Bez(P(0, 2), P(4, 2)), kUnit, kUnit, out);
+        }
+    }
 }
 
 // Finite curves finer than float can resolve: a piece that halving leaves as it
