@@ -1,5 +1,5 @@
-// The tolerance globals: their initial values, the one-time squaring at load, the
-// linear tolerances being read at call time, and the plain C identity symbols.
+// The tolerance globals: their initial values and the one-time squaring at load,
+// and the plain C identity symbols.
 #include <geometry/point3d.h>
 #include <geometry/point4d.h>
 #include <geometry/tol.h>
@@ -39,13 +39,6 @@ TEST(Tolerances, SquaresKeepTheLoadTimeValueWhenEqualTolChanges) {
     EXPECT_EQ(g::EqualTolSq, sq);
     EXPECT_EQ(g::EqualTolSqF, sqF);
     EXPECT_FALSE(almostUnit.IsValidObj());
-}
-
-TEST(Tolerances, LinearToleranceIsReadAtEachCall) {
-    const g::CPoint3d a(0.0, 0.0, 0.0), b(0.005, 0.0, 0.0);
-    EXPECT_TRUE(a < b);
-    plenar_test::ToleranceGuard guard(0.01);
-    EXPECT_FALSE(a < b);
 }
 
 TEST(Identity, VersionGlobalsArePlainCSymbols) {
