@@ -26,15 +26,10 @@ TEST(IntersectLineSegments, CrossingTouchingAndParallel) {
     EXPECT_FALSE(IntersectLineSegments(CPoint2f(0, 0), CPoint2f(1, 1), CPoint2f(0, 4), CPoint2f(4, 0), ip));
     EXPECT_EQ(ip.t1, 2.0f);
 
-    // Parallel, collinear overlapping and degenerate: false, ip untouched.
-    const IntersectionPoint2f marker(CPoint2f(-9, -9), -9, -9);
-    for (const auto& seg :
-         {std::make_pair(CPoint2f(0, 1), CPoint2f(4, 1)), std::make_pair(CPoint2f(1, 0), CPoint2f(6, 0)),
-          std::make_pair(CPoint2f(2, 2), CPoint2f(2, 2))}) {
-        ip = marker;
-        EXPECT_FALSE(IntersectLineSegments(CPoint2f(0, 0), CPoint2f(4, 0), seg.first, seg.second, ip));
-        EXPECT_EQ(ip.point, marker.point);
-    }
+    // Parallel: false, ip untouched.
+    ip = IntersectionPoint2f(CPoint2f(-9, -9), -9, -9);
+    EXPECT_FALSE(IntersectLineSegments(CPoint2f(0, 0), CPoint2f(4, 0), CPoint2f(0, 1), CPoint2f(4, 1), ip));
+    EXPECT_EQ(ip.point, CPoint2f(-9, -9));
 
     // The parallel test is strict: a determinant of exactly 1e-30 (a segment about 1
     // long crossed by one about 1e-30 long, chosen so the product rounds to 1e-30)

@@ -55,21 +55,15 @@ std::ptrdiff_t OffsetIn(const Object& object, Field Owner::*field) {
 }
 
 // A value type: no virtual table, copied as plain bytes (a memcpy reads it), with
-// the given size and alignment.
+// the given size and alignment; one that C code reads is also a standard layout.
 template <class T>
-::testing::AssertionResult IsPlainValue(std::size_t size, std::size_t align) {
+::testing::AssertionResult IsPlainValue(std::size_t size, std::size_t align, bool readByC = false) {
     if (std::is_polymorphic_v<T>) return ::testing::AssertionFailure() << "has a virtual table";
     if (!std::is_trivially_copyable_v<T>) return ::testing::AssertionFailure() << "not trivially copyable";
+    if (readByC && !std::is_standard_layout_v<T>) return ::testing::AssertionFailure() << "not a standard layout";
     if (sizeof(T) != size || alignof(T) != align)
         return ::testing::AssertionFailure() << "size " << sizeof(T) << ", alignment " << alignof(T);
     return ::testing::AssertionSuccess();
-}
-
-// A plain value that C code can also read: in addition, a standard layout.
-template <class T>
-::testing::AssertionResult IsCValue(std::size_t size, std::size_t align) {
-    if (!std::is_standard_layout_v<T>) return ::testing::AssertionFailure() << "not a standard layout";
-    return IsPlainValue<T>(size, align);
 }
 
 // A polymorphic type: a virtual destructor, the given size, alignment 8.
@@ -105,7 +99,7 @@ void ExpectFacts(std::initializer_list<Fact> facts) {
 // Table rows: a type's kind, size and alignment; a field's byte offset (through an
 // object for types offsetof does not serve); the size of an expression's type.
 #define PLAIN(T, size, align) Named(#T, IsPlainValue<T>(size, align))
-#define C_VALUE(T, size, align) Named(#T, IsCValue<T>(size, align))
+#define C_VALUE(T, size, align) Named(#T, IsPlainValue<T>(size, align, true))
 #define POLYMORPHIC(T, size) Named(#T, IsPolymorphicOf<T>(size))
 #define FIELD(T, field, at) Named(#T "::" #field, Bytes(offsetof(T, field), at))
 #define FIELD_IN(object, T, field, at) Named(#T "::" #field, Bytes(OffsetIn(object, &T::field), at))
