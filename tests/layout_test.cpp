@@ -81,8 +81,6 @@ struct Fact {
     ::testing::AssertionResult holds;
 };
 
-Fact Named(const char* name, const ::testing::AssertionResult& holds) { return Fact{name, holds}; }
-
 // Checks every fact of a table, each under its own name.
 void ExpectFacts(std::initializer_list<Fact> facts) {
     for (const Fact& fact : facts) EXPECT_TRUE(fact.holds) << fact.name;
@@ -98,12 +96,12 @@ void ExpectFacts(std::initializer_list<Fact> facts) {
 
 // Table rows: a type's kind, size and alignment; a field's byte offset (through an
 // object for types offsetof does not serve); the size of an expression's type.
-#define PLAIN(T, size, align) Named(#T, IsPlainValue<T>(size, align))
-#define C_VALUE(T, size, align) Named(#T, IsPlainValue<T>(size, align, true))
-#define POLYMORPHIC(T, size) Named(#T, IsPolymorphicOf<T>(size))
-#define FIELD(T, field, at) Named(#T "::" #field, Bytes(offsetof(T, field), at))
-#define FIELD_IN(object, T, field, at) Named(#T "::" #field, Bytes(OffsetIn(object, &T::field), at))
-#define SIZE_OF(expression, size) Named("sizeof " #expression, Bytes(sizeof(expression), size))
+#define PLAIN(T, size, align) (Fact{#T, IsPlainValue<T>(size, align)})
+#define C_VALUE(T, size, align) (Fact{#T, IsPlainValue<T>(size, align, true)})
+#define POLYMORPHIC(T, size) (Fact{#T, IsPolymorphicOf<T>(size)})
+#define FIELD(T, field, at) (Fact{#T "::" #field, Bytes(offsetof(T, field), at)})
+#define FIELD_IN(object, T, field, at) (Fact{#T "::" #field, Bytes(OffsetIn(object, &T::field), at)})
+#define SIZE_OF(expression, size) (Fact{"sizeof " #expression, Bytes(sizeof(expression), size)})
 
 TEST(Layout, ThreeDimensionalValues) {
     const CLine3d line;

@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <limits>
-#include <type_traits>
 
 #include "support/tolerance_guard.h"
 
@@ -67,7 +66,6 @@ TEST(Point2f, ClosestPoints) {
     EXPECT_EQ(p.ParameterOfCLosestPointOnLine(origin, CVector2f(1e-5f, 0)), 0.0f);
     EXPECT_GT(p.ParameterOfCLosestPointOnLine(origin, CVector2f(2e-5f, 0)), 9e4f);
 
-    static_assert(std::is_same_v<decltype(ClosestPointOnLine(p, p, CVector2f())), CPoint2d>);
     const CPoint2d q = ClosestPointOnLine(CPoint2f(5, 0), CPoint2f(), CVector2f(3, 4));
     EXPECT_TRUE(std::fabs(q.y - 2.4) < 1e-15);
     EXPECT_EQ(ClosestPointOnLine(p, origin, CVector2f(1e-5f, 0)), CPoint2d(origin));

@@ -1,8 +1,7 @@
 // The tolerance globals: their initial values and the one-time squaring at load,
 // and the plain C identity symbols.
-#include <geometry/point3d.h>
-#include <geometry/point4d.h>
 #include <geometry/tol.h>
+#include <geometry/unitvector3d.h>
 #include <gtest/gtest.h>
 #include <support/tolerance_guard.h>
 
