@@ -54,12 +54,13 @@ std::ptrdiff_t OffsetIn(const Object& object, Field Owner::*field) {
     return reinterpret_cast<const char*>(&(owner.*field)) - reinterpret_cast<const char*>(&object);
 }
 
-// A value type: no virtual table, a standard layout that C code or a memcpy can
-// read, copied as plain bytes, with the given size and alignment.
+// A value type: no virtual table, copied as plain bytes (a memcpy reads it), with
+// the given size and alignment; one that C code reads is also a standard layout.
 template <class T>
-::testing::AssertionResult IsPlainValue(std::size_t size, std::size_t align) {
+::testing::AssertionResult IsPlainValue(std::size_t size, std::size_t align, bool readByC = false) {
     if (std::is_polymorphic_v<T>) return ::testing::AssertionFailure() << "has a virtual table";
     if (!std::is_trivially_copyable_v<T>) return ::testing::AssertionFailure() << "not trivially copyable";
+    if (readByC && !std::is_standard_layout_v<T>) return ::testing::AssertionFailure() << "not a standard layout";
     if (sizeof(T) != size || alignof(T) != align)
         return ::testing::AssertionFailure() << "size " << sizeof(T) << ", alignment " << alignof(T);
     return ::testing::AssertionSuccess();
@@ -74,198 +75,125 @@ template <class T>
     return ::testing::AssertionSuccess();
 }
 
+// One pinned fact of a layout, named for the failure message.
+struct Fact {
+    const char* name;
+    ::testing::AssertionResult holds;
+};
+
+// Checks every fact of a table, each under its own name.
+void ExpectFacts(std::initializer_list<Fact> facts) {
+    for (const Fact& fact : facts) EXPECT_TRUE(fact.holds) << fact.name;
+}
+
+// A byte count (an offset or a size) equal to the pinned one.
+::testing::AssertionResult Bytes(std::ptrdiff_t actual, std::ptrdiff_t pinned) {
+    if (actual == pinned) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << actual << " bytes, not " << pinned;
+}
+
 }  // namespace
 
+// Table rows: a type's kind, size and alignment; a field's byte offset (through an
+// object for types offsetof does not serve); the size of an expression's type.
+#define PLAIN(T, size, align) (Fact{#T, IsPlainValue<T>(size, align)})
+#define C_VALUE(T, size, align) (Fact{#T, IsPlainValue<T>(size, align, true)})
+#define POLYMORPHIC(T, size) (Fact{#T, IsPolymorphicOf<T>(size)})
+#define FIELD(T, field, at) (Fact{#T "::" #field, Bytes(offsetof(T, field), at)})
+#define FIELD_IN(object, T, field, at) (Fact{#T "::" #field, Bytes(OffsetIn(object, &T::field), at)})
+#define SIZE_OF(expression, size) (Fact{"sizeof " #expression, Bytes(sizeof(expression), size)})
+
 TEST(Layout, ThreeDimensionalValues) {
-    EXPECT_TRUE(IsPlainValue<CPoint3d>(24, 8));
-    EXPECT_TRUE(IsPlainValue<CVector3d>(24, 8));
-    EXPECT_TRUE(IsPlainValue<CUnitVector3d>(24, 8));
-    EXPECT_TRUE(std::is_standard_layout_v<CPoint3d>);
-    EXPECT_TRUE(std::is_standard_layout_v<CVector3d>);
-    EXPECT_TRUE(std::is_standard_layout_v<CUnitVector3d>);
-    EXPECT_EQ(offsetof(CPoint3d, z), 16u);
-    EXPECT_EQ(offsetof(CVector3d, z), 16u);
-    EXPECT_EQ(offsetof(CUnitVector3d, y), 8u);
-
-    EXPECT_TRUE(IsPlainValue<CPoint4d>(32, 8));
-    EXPECT_TRUE(IsPlainValue<CVector4d>(32, 8));
-    EXPECT_TRUE(IsPlainValue<Quaternion>(32, 8));
-    EXPECT_TRUE(std::is_standard_layout_v<CPoint4d>);
-    EXPECT_TRUE(std::is_standard_layout_v<Quaternion>);
-    EXPECT_EQ(offsetof(CPoint4d, w), 24u);
-    EXPECT_EQ(offsetof(CVector4d, w), 24u);
-    EXPECT_EQ(offsetof(Quaternion, x), 0u);  // the vector part first, the scalar last
-    EXPECT_EQ(offsetof(Quaternion, w), 24u);
-
-    EXPECT_TRUE(IsPlainValue<CSphere3d>(32, 8));
-    EXPECT_EQ(offsetof(CSphere3d, radius), 24u);
-
-    EXPECT_TRUE(IsPlainValue<CTransformation>(112, 8));
-    EXPECT_TRUE(std::is_standard_layout_v<CTransformation>);
-    EXPECT_EQ(sizeof(CTransformation::matrix), 72u);
-    EXPECT_EQ(offsetof(CTransformation, translation), 72u);
-    EXPECT_EQ(offsetof(CTransformation, scale), 96u);
-    EXPECT_EQ(offsetof(CTransformation, isIdentity), 104u);
-    EXPECT_EQ(offsetof(CTransformation, isOrthogonal), 105u);
-
-    EXPECT_TRUE(IsPlainValue<CMatrix3x3>(72, 8));
-    EXPECT_TRUE(IsPlainValue<CMatrix4x4>(128, 8));
-
-    EXPECT_TRUE(IsPlainValue<CPlane>(32, 8));
-    EXPECT_TRUE(std::is_standard_layout_v<CPlane>);
-    EXPECT_EQ(offsetof(CPlane, c), 16u);
-    EXPECT_EQ(offsetof(CPlane, d), 24u);
-
-    EXPECT_TRUE(IsPlainValue<CPlaneCalculator>(104, 8));
-    EXPECT_EQ(offsetof(CPlaneCalculator, second), 24u);
-    EXPECT_EQ(offsetof(CPlaneCalculator, firstDirection), 48u);
-    EXPECT_EQ(offsetof(CPlaneCalculator, secondDirection), 72u);
-    EXPECT_EQ(offsetof(CPlaneCalculator, count), 96u);
-
-    EXPECT_TRUE(IsPlainValue<CRay3d>(48, 8));
-    EXPECT_EQ(offsetof(CRay3d, direction), 24u);
-    // A line extends the ray: the ray's six doubles, then its two parameters.
-    EXPECT_TRUE(IsPlainValue<CLine3d>(64, 8));
     const CLine3d line;
-    EXPECT_EQ(OffsetIn(line, &CLine3d::origin), 0);
-    EXPECT_EQ(OffsetIn(line, &CLine3d::direction), 24);
-    EXPECT_EQ(OffsetIn(line, &CLine3d::startParam), 48);
-    EXPECT_EQ(OffsetIn(line, &CLine3d::endParam), 56);
-
-    EXPECT_TRUE(IsPlainValue<CRange>(16, 8));
-    EXPECT_TRUE(IsPlainValue<CBoundingBox2d>(32, 8));
-    EXPECT_TRUE(IsPlainValue<CBoundingBox3d>(48, 8));
-    EXPECT_TRUE(std::is_standard_layout_v<CBoundingBox3d>);
-    EXPECT_EQ(offsetof(CRange, max), 8u);
-    EXPECT_EQ(offsetof(CBoundingBox2d, y), 16u);
-    EXPECT_EQ(offsetof(CBoundingBox3d, y), 16u);
-    EXPECT_EQ(offsetof(CBoundingBox3d, z), 32u);
-
-    EXPECT_TRUE(IsPlainValue<CBezier3d>(96, 8));
-    EXPECT_EQ(offsetof(CBezier3d, p3), 72u);
-
-    EXPECT_TRUE(IsPlainValue<LineClipper>(24, 8));
-    EXPECT_EQ(offsetof(LineClipper, tMin), 8u);
-    EXPECT_EQ(offsetof(LineClipper, tMax), 16u);
+    ExpectFacts({C_VALUE(CPoint3d, 24, 8), FIELD(CPoint3d, z, 16)});
+    ExpectFacts({C_VALUE(CVector3d, 24, 8), FIELD(CVector3d, z, 16)});
+    ExpectFacts({C_VALUE(CUnitVector3d, 24, 8), FIELD(CUnitVector3d, y, 8)});
+    ExpectFacts({C_VALUE(CPoint4d, 32, 8), FIELD(CPoint4d, w, 24)});
+    ExpectFacts({PLAIN(CVector4d, 32, 8), FIELD(CVector4d, w, 24)});
+    // The quaternion's vector part first, the scalar last.
+    ExpectFacts({C_VALUE(Quaternion, 32, 8), FIELD(Quaternion, x, 0), FIELD(Quaternion, w, 24)});
+    ExpectFacts({PLAIN(CSphere3d, 32, 8), FIELD(CSphere3d, radius, 24)});
+    ExpectFacts({C_VALUE(CTransformation, 112, 8), SIZE_OF(CTransformation::matrix, 72),
+                 FIELD(CTransformation, translation, 72), FIELD(CTransformation, scale, 96),
+                 FIELD(CTransformation, isIdentity, 104), FIELD(CTransformation, isOrthogonal, 105)});
+    ExpectFacts({PLAIN(CMatrix3x3, 72, 8), PLAIN(CMatrix4x4, 128, 8)});
+    ExpectFacts({C_VALUE(CPlane, 32, 8), FIELD(CPlane, c, 16), FIELD(CPlane, d, 24)});
+    ExpectFacts({PLAIN(CPlaneCalculator, 104, 8), FIELD(CPlaneCalculator, second, 24),
+                 FIELD(CPlaneCalculator, firstDirection, 48), FIELD(CPlaneCalculator, secondDirection, 72),
+                 FIELD(CPlaneCalculator, count, 96)});
+    // A line extends the ray: the ray's six doubles, then its two parameters.
+    ExpectFacts({PLAIN(CRay3d, 48, 8), FIELD(CRay3d, direction, 24)});
+    ExpectFacts(
+        {PLAIN(CLine3d, 64, 8), FIELD_IN(line, CLine3d, startParam, 48), FIELD_IN(line, CLine3d, endParam, 56)});
+    ExpectFacts({PLAIN(CRange, 16, 8), FIELD(CRange, max, 8)});
+    ExpectFacts({PLAIN(CBoundingBox2d, 32, 8), FIELD(CBoundingBox2d, y, 16)});
+    ExpectFacts({C_VALUE(CBoundingBox3d, 48, 8), FIELD(CBoundingBox3d, y, 16), FIELD(CBoundingBox3d, z, 32)});
+    ExpectFacts({PLAIN(CBezier3d, 96, 8), FIELD(CBezier3d, p3, 72)});
+    ExpectFacts({PLAIN(LineClipper, 24, 8), FIELD(LineClipper, tMin, 8), FIELD(LineClipper, tMax, 16)});
 }
 
 TEST(Layout, TwoDimensionalValues) {
-    EXPECT_TRUE(IsPlainValue<CPoint2f>(8, 4));
-    EXPECT_TRUE(IsPlainValue<CVector2f>(8, 4));
-    EXPECT_TRUE(IsPlainValue<CPoint2d>(16, 8));
-    EXPECT_TRUE(IsPlainValue<CVector2d>(16, 8));
-    EXPECT_EQ(offsetof(CPoint2f, y), 4u);
-    EXPECT_EQ(offsetof(CPoint2d, y), 8u);
-
-    EXPECT_TRUE(IsPlainValue<CRect2f>(16, 4));
-    EXPECT_TRUE(std::is_standard_layout_v<CRect2f>);
-    EXPECT_EQ(offsetof(CRect2f, y), 4u);
-    EXPECT_EQ(offsetof(CRect2f, width), 8u);
-    EXPECT_EQ(offsetof(CRect2f, height), 12u);
-    EXPECT_TRUE(IsPlainValue<CSize2f>(8, 4));
-    EXPECT_EQ(offsetof(CSize2f, height), 4u);
-    EXPECT_TRUE(IsPlainValue<Rangef>(8, 4));
-    EXPECT_EQ(offsetof(Rangef, end), 4u);
-
-    EXPECT_TRUE(IsPlainValue<AffineTransform>(24, 4));
-    EXPECT_TRUE(std::is_standard_layout_v<AffineTransform>);
-    EXPECT_EQ(offsetof(AffineTransform, b), 4u);
-    EXPECT_EQ(offsetof(AffineTransform, c), 8u);
-    EXPECT_EQ(offsetof(AffineTransform, d), 12u);
-    EXPECT_EQ(offsetof(AffineTransform, tx), 16u);
-    EXPECT_EQ(offsetof(AffineTransform, ty), 20u);
-
-    EXPECT_TRUE(IsPlainValue<CCubicBezier2f>(32, 4));
-    EXPECT_EQ(offsetof(CCubicBezier2f, p1), 8u);
-    EXPECT_EQ(offsetof(CCubicBezier2f, p3), 24u);
-
-    EXPECT_TRUE(IsPlainValue<IntersectionPoint2f>(16, 4));
-    EXPECT_EQ(offsetof(IntersectionPoint2f, t1), 8u);
-    EXPECT_EQ(offsetof(IntersectionPoint2f, t2), 12u);
+    ExpectFacts({PLAIN(CPoint2f, 8, 4), FIELD(CPoint2f, y, 4), PLAIN(CVector2f, 8, 4)});
+    ExpectFacts({PLAIN(CPoint2d, 16, 8), FIELD(CPoint2d, y, 8), PLAIN(CVector2d, 16, 8)});
+    ExpectFacts({C_VALUE(CRect2f, 16, 4), FIELD(CRect2f, y, 4), FIELD(CRect2f, width, 8), FIELD(CRect2f, height, 12)});
+    ExpectFacts({PLAIN(CSize2f, 8, 4), FIELD(CSize2f, height, 4)});
+    ExpectFacts({PLAIN(Rangef, 8, 4), FIELD(Rangef, end, 4)});
+    ExpectFacts({C_VALUE(AffineTransform, 24, 4), FIELD(AffineTransform, b, 4), FIELD(AffineTransform, c, 8),
+                 FIELD(AffineTransform, d, 12), FIELD(AffineTransform, tx, 16), FIELD(AffineTransform, ty, 20)});
+    ExpectFacts({PLAIN(CCubicBezier2f, 32, 4), FIELD(CCubicBezier2f, p1, 8), FIELD(CCubicBezier2f, p3, 24)});
+    ExpectFacts(
+        {PLAIN(IntersectionPoint2f, 16, 4), FIELD(IntersectionPoint2f, t1, 8), FIELD(IntersectionPoint2f, t2, 12)});
     // One growable array and nothing else.
-    EXPECT_FALSE(std::is_polymorphic_v<CurveIntersections2f>);
-    EXPECT_EQ(sizeof(CurveIntersections2f), sizeof(std::vector<IntersectionPoint2f>));
-
-    EXPECT_TRUE(IsPlainValue<CEllipse2f>(40, 4));
-    EXPECT_TRUE(std::is_standard_layout_v<CEllipse2f>);
-    EXPECT_EQ(offsetof(CEllipse2f, radiusX), 8u);
-    EXPECT_EQ(offsetof(CEllipse2f, radiusY), 12u);
-    EXPECT_EQ(offsetof(CEllipse2f, transform), 16u);
+    ExpectFacts({SIZE_OF(CurveIntersections2f, sizeof(std::vector<IntersectionPoint2f>))});
+    ExpectFacts({C_VALUE(CEllipse2f, 40, 4), FIELD(CEllipse2f, radiusX, 8), FIELD(CEllipse2f, radiusY, 12),
+                 FIELD(CEllipse2f, transform, 16)});
 }
 
 TEST(Layout, CirclesMeshesAndPolygonsAfterOneVirtualTablePointer) {
-    EXPECT_TRUE(IsPolymorphicOf<CCircle3d>(120));
     const CArc3d arc;
-    EXPECT_EQ(OffsetIn(arc, &CArc3d::center), 8);
-    EXPECT_EQ(OffsetIn(arc, &CArc3d::xAxis), 32);
-    EXPECT_EQ(OffsetIn(arc, &CArc3d::plane), 56);
-    EXPECT_EQ(OffsetIn(arc, &CArc3d::radius), 88);
-    EXPECT_EQ(OffsetIn(arc, &CArc3d::yAxis), 96);
-    EXPECT_TRUE(IsPolymorphicOf<CArc3d>(136));
-    EXPECT_EQ(OffsetIn(arc, &CArc3d::startAngle), 120);
-    EXPECT_EQ(OffsetIn(arc, &CArc3d::endAngle), 128);
-
-    EXPECT_TRUE(IsPolymorphicOf<CPolygonMesh>(160));
     const CPolygonMesh mesh(7);
-    EXPECT_EQ(OffsetIn(mesh, &CPolygonMesh::points), 8);
-    EXPECT_EQ(OffsetIn(mesh, &CPolygonMesh::flags), 32);
-    EXPECT_EQ(OffsetIn(mesh, &CPolygonMesh::uvFront), 40);
-    EXPECT_EQ(OffsetIn(mesh, &CPolygonMesh::uvBack), 64);
-    EXPECT_EQ(OffsetIn(mesh, &CPolygonMesh::normals), 88);
-    EXPECT_EQ(OffsetIn(mesh, &CPolygonMesh::polygonStarts), 112);
-    EXPECT_EQ(OffsetIn(mesh, &CPolygonMesh::polygonIndices), 136);
-
-    EXPECT_TRUE(IsPolymorphicOf<CPolygon2d>(72));
     const CPolygon2d polygon;
-    EXPECT_EQ(OffsetIn(polygon, &CPolygon2d::points), 8);
-    EXPECT_EQ(OffsetIn(polygon, &CPolygon2d::bounds), 32);
-    EXPECT_EQ(OffsetIn(polygon, &CPolygon2d::tag), 64);
-    EXPECT_EQ(sizeof(CPolygon2d::tag), 8u);
-
+    ExpectFacts({POLYMORPHIC(CCircle3d, 120), FIELD_IN(arc, CArc3d, center, 8), FIELD_IN(arc, CArc3d, xAxis, 32),
+                 FIELD_IN(arc, CArc3d, plane, 56), FIELD_IN(arc, CArc3d, radius, 88),
+                 FIELD_IN(arc, CArc3d, yAxis, 96)});
+    ExpectFacts(
+        {POLYMORPHIC(CArc3d, 136), FIELD_IN(arc, CArc3d, startAngle, 120), FIELD_IN(arc, CArc3d, endAngle, 128)});
+    ExpectFacts({POLYMORPHIC(CPolygonMesh, 160), FIELD_IN(mesh, CPolygonMesh, points, 8),
+                 FIELD_IN(mesh, CPolygonMesh, flags, 32), FIELD_IN(mesh, CPolygonMesh, uvFront, 40),
+                 FIELD_IN(mesh, CPolygonMesh, uvBack, 64), FIELD_IN(mesh, CPolygonMesh, normals, 88),
+                 FIELD_IN(mesh, CPolygonMesh, polygonStarts, 112), FIELD_IN(mesh, CPolygonMesh, polygonIndices, 136)});
+    ExpectFacts({POLYMORPHIC(CPolygon2d, 72), FIELD_IN(polygon, CPolygon2d, points, 8),
+                 FIELD_IN(polygon, CPolygon2d, bounds, 32), FIELD_IN(polygon, CPolygon2d, tag, 64),
+                 SIZE_OF(CPolygon2d::tag, 8)});
     // The drawing sink is an interface: the table pointer and nothing else.
-    EXPECT_TRUE(IsPolymorphicOf<IBezier3dDraw>(8));
+    ExpectFacts({POLYMORPHIC(IBezier3dDraw, 8)});
 }
 
 TEST(Layout, SelectionFiltersAfterOneVirtualTablePointer) {
-    EXPECT_TRUE(IsPolymorphicOf<IGeomFilter>(8));
-    EXPECT_TRUE(IsPolymorphicOf<CGeomFilterVolume>(8 + 6 * 32));
-    EXPECT_TRUE(IsPolymorphicOf<CGeomFilterInsideVolume>(8 + 6 * 32));
-    EXPECT_TRUE(IsPolymorphicOf<CGeomFilterCrossingVolume>(8 + 6 * 32));
     const CGeomFilterCrossingVolume volume;
-    EXPECT_EQ(OffsetIn(volume, &CGeomFilterVolume::planes), 8);
-    EXPECT_TRUE(IsPolymorphicOf<CGeomFilterSelectAll>(8));
-    EXPECT_TRUE(IsPolymorphicOf<CGeomFilterPlane>(8 + 32));
-    EXPECT_TRUE(IsPolymorphicOf<CGeomFilterAbovePlane>(8 + 32));
     const CGeomFilterAbovePlane above;
-    EXPECT_EQ(OffsetIn(above, &CGeomFilterPlane::plane), 8);
-    EXPECT_TRUE(IsPolymorphicOf<CGeomFilterCombined>(8 + 24));
     const CGeomFilterCombined combined;
-    EXPECT_EQ(OffsetIn(combined, &CGeomFilterCombined::filters), 8);
+    ExpectFacts({POLYMORPHIC(IGeomFilter, 8), POLYMORPHIC(CGeomFilterSelectAll, 8)});
+    ExpectFacts({POLYMORPHIC(CGeomFilterVolume, 8 + 6 * 32), POLYMORPHIC(CGeomFilterInsideVolume, 8 + 6 * 32),
+                 POLYMORPHIC(CGeomFilterCrossingVolume, 8 + 6 * 32), FIELD_IN(volume, CGeomFilterVolume, planes, 8)});
+    ExpectFacts({POLYMORPHIC(CGeomFilterPlane, 8 + 32), POLYMORPHIC(CGeomFilterAbovePlane, 8 + 32),
+                 FIELD_IN(above, CGeomFilterPlane, plane, 8)});
+    ExpectFacts({POLYMORPHIC(CGeomFilterCombined, 8 + 24), FIELD_IN(combined, CGeomFilterCombined, filters, 8)});
 }
 
 TEST(Layout, TriangleClippersHoldOnlyTheirPoolPlanesAndExtents) {
-    EXPECT_TRUE(IsPlainValue<ClipPlane>(24, 8));
-    EXPECT_TRUE(std::is_standard_layout_v<ClipPlane>);
-    EXPECT_EQ(offsetof(ClipPlane, value), 8u);
-    EXPECT_EQ(offsetof(ClipPlane, axis), 16u);
-    EXPECT_TRUE(IsPlainValue<TriangleClipper::IndexedTriangle>(12, 4));
-
-    // The pool pointer and the plane list, nothing else: a client's extent clipper
-    // finds its extents right after them.
-    EXPECT_TRUE(IsPolymorphicOf<TriangleClipper>(8 + 8 + 24));
     std::vector<CPoint3d> pool;
     const TriangleClipper clipper(&pool);
-    EXPECT_EQ(OffsetIn(clipper, &TriangleClipper::points), 8);
-    EXPECT_EQ(OffsetIn(clipper, &TriangleClipper::clipPlanes), 16);
-
-    EXPECT_TRUE(IsPolymorphicOf<TriangleClipper2D>(40 + 32 + 16));
     const TriangleClipper2D flat(&pool, CBoundingBox2d());
-    EXPECT_EQ(OffsetIn(flat, &TriangleClipper2D::clipPlanes), 16);
-    EXPECT_EQ(OffsetIn(flat, &TriangleClipper2D::extents), 40);
-    EXPECT_EQ(OffsetIn(flat, &TriangleClipper2D::extentPlanes), 72);
-
-    EXPECT_TRUE(IsPolymorphicOf<TriangleClipper3D>(40 + 48 + 24));
     const TriangleClipper3D box(&pool, CBoundingBox3d());
-    EXPECT_EQ(OffsetIn(box, &TriangleClipper3D::extents), 40);
-    EXPECT_EQ(OffsetIn(box, &TriangleClipper3D::extentPlanes), 88);
+    ExpectFacts({C_VALUE(ClipPlane, 24, 8), FIELD(ClipPlane, value, 8), FIELD(ClipPlane, axis, 16),
+                 PLAIN(TriangleClipper::IndexedTriangle, 12, 4)});
+    // The pool pointer and the plane list, nothing else: a client's extent
+    // clipper finds its extents right after them.
+    ExpectFacts({POLYMORPHIC(TriangleClipper, 8 + 8 + 24), FIELD_IN(clipper, TriangleClipper, points, 8),
+                 FIELD_IN(clipper, TriangleClipper, clipPlanes, 16)});
+    ExpectFacts({POLYMORPHIC(TriangleClipper2D, 40 + 32 + 16), FIELD_IN(flat, TriangleClipper2D, extents, 40),
+                 FIELD_IN(flat, TriangleClipper2D, extentPlanes, 72)});
+    ExpectFacts({POLYMORPHIC(TriangleClipper3D, 40 + 48 + 24), FIELD_IN(box, TriangleClipper3D, extents, 40),
+                 FIELD_IN(box, TriangleClipper3D, extentPlanes, 88)});
 }
