@@ -60,7 +60,6 @@ TEST(CPoint3d, ArithmeticOffsetsAndStreaming) {
     ExpectXYZ(p - q, 2, 1.5, -1);  // the vector from q to p
     ExpectXYZ(P(0.25, p, 2, q), -1.75, 1.5, 8.75);
     ExpectXYZ(P(p, -2, CUnitVector3d(0, 0, 1)), 1, 2, 1);
-    EXPECT_FALSE(P(0, 0, -std::numeric_limits<double>::infinity()).IsValidObj());
     std::ostringstream os;
     os << P(1, 2.5, -3);
     EXPECT_EQ(os.str(), "(1, 2.5, -3)");
@@ -68,12 +67,8 @@ TEST(CPoint3d, ArithmeticOffsetsAndStreaming) {
 
 TEST(CPoint3d, EqualsIsStrictAndSphericalWhileOrderIsInclusive) {
     const P o(0, 0, 0);
-    EXPECT_FALSE(o.Equals(P(0.125, 0, 0), 0.125));
-    EXPECT_TRUE(o.Equals(P(-0.124, 0, 0), 0.125));
-    EXPECT_FALSE(o.Equals(P(0.1, 0.1, 0.1), 0.125));  // each axis within, the sphere not
-    EXPECT_TRUE(o.Equals(P(0.0625, -0.0625, 0.0625), 0.125));
-    // The spherical test is strict too: offsets 3/1024 and 4/1024 lie exactly
-    // 5/1024 away (squares summed without rounding), each axis well within.
+    // The spherical test is strict: offsets 3/1024 and 4/1024 lie exactly 5/1024
+    // away (squares summed without rounding), each axis well within.
     EXPECT_FALSE(o.Equals(P(0x3p-10, 0x4p-10, 0), 0x5p-10));
     EXPECT_TRUE(o.Equals(P(0x3p-10, 0x4p-10, 0), 0x5p-10 + 0x1p-30));
 
@@ -104,12 +99,10 @@ TEST(CPoint3d, DistancesAndMembership) {
     const P boundary(plenar_test::kAtDivideGuardX, plenar_test::kAtDivideGuardY, 0);
     ASSERT_EQ(o.DistanceSquaredTo(boundary), g::DivideByZeroTolSq);
     EXPECT_EQ(o.DistanceTo(boundary), 0.0);  // at the guard counts as zero
-    EXPECT_EQ(o.DistanceTo(P(0, 1e-10, 0)), 1e-10);
     EXPECT_EQ(P(1, 2, 3).DistanceTo(P(4, 6, 3)), 5.0);
 
     const CUnitVector3d z(0, 0, 1);
     EXPECT_EQ(P(1, 2, 3).DistanceTo(P(0, 0, 7), z), std::sqrt(5.0));
-    EXPECT_EQ(P(1e-11, 0, 3).DistanceTo(o, z), 0.0);
     EXPECT_EQ(P(boundary.x, boundary.y, 3).DistanceTo(o, z), 0.0);     // at the guard, as for points
     EXPECT_EQ(P(1e-11, 0, 3).DistanceSquaredTo(o, z), 1e-11 * 1e-11);  // unguarded
 
@@ -120,10 +113,8 @@ TEST(CPoint3d, DistancesAndMembership) {
     // SelectClosest prefers a on ties and b on NaN.
     const P a(1, 0, 0), b(0, -1, 0);
     ExpectXYZ(o.SelectClosest(a, b), 1, 0, 0);
-    ExpectXYZ(o.SelectClosest(b, a), 0, -1, 0);
     ExpectXYZ(o.SelectClosest(a, P(0, 0.5, 0)), 0, 0.5, 0);
     ExpectXYZ(o.SelectClosest(P(kNaN, 0, 0), b), 0, -1, 0);
-    EXPECT_TRUE(std::isnan(o.SelectClosest(a, P(0, kNaN, 0)).y));
 }
 
 TEST(CPoint3d, ProjectionsGuardOnZ) {
@@ -147,9 +138,6 @@ TEST(CPoint3d, ProjectionsGuardOnZ) {
 
 TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
     P p(9, 9, 9);
-    // Planes x = 1, y = 2, z = 3, as the sums aa, ab, ac, ad, bb, bc, bd, cc, cd.
-    EXPECT_TRUE(Solve(p, {1, 0, 0, -1, 1, 0, -2, 1, -3}));
-    ExpectXYZ(p, 1, 2, 3);
     // Oblique planes through (1, 2, 3), with distinct cross sums, use every term.
     const double planes[3][4] = {{0.8, 0, 0.6, -2.6}, {0.6, 0.8, 0, -2.2}, {0.36, 0.48, 0.8, -3.72}};
     std::array<double, 9> s{};
@@ -160,7 +148,8 @@ TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
     }
     EXPECT_TRUE(Solve(p, s));
     EXPECT_TRUE(p.Equals(P(1, 2, 3), 1e-12));
-    // Both guards are strict: |aa| and |D| of exactly DivideByZeroTol still solve.
+    // Planes x = 1, y = 2, z = 3, as the sums aa, ab, ac, ad, bb, bc, bd, cc, cd,
+    // with |aa|, then |D|, exactly DivideByZeroTol: both guards are strict.
     EXPECT_TRUE(Solve(p, {1e-10, 0, 0, -1e-10, 1, 0, -2, 1, -3}));
     ExpectXYZ(p, 1, 2, 3);
     EXPECT_TRUE(Solve(p, {1, 0, 0, -1, 1, 0, -2, 1e-10, -3e-10}));  // D = -1e-10
@@ -169,9 +158,6 @@ TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
     EXPECT_FALSE(Solve(p, {0, 0, 0, 0, 1, 0, -2, 1, -3}));
     EXPECT_FALSE(Solve(p, {1, 0, 0, -1, 2, 0, -4, 0, 0}));
     ExpectXYZ(p, 9, 9, 9);
-    // A vanishing m is not guarded: the solve succeeds with a non-finite y.
-    EXPECT_TRUE(Solve(p, {1, 1, 0, 0, 1, 1, 0, 0, 0}));
-    EXPECT_FALSE(p.IsValidObj());
 }
 
 TEST(CPoint3d, LeastSquaresFitAcceptsPlanesUpToEqualTol) {
@@ -196,7 +182,6 @@ TEST(CPoint3d, LeastSquaresFitAcceptsPlanesUpToEqualTol) {
 TEST(CPoint3d, IntersectGeneralCase) {
     const double gap = 0x1p-12;
     Check({
-        {{0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}, kCross, 0.5, 0.5, {1, 1, 0}},
         {{0, 0, 0}, {4, 0, 0}, {1, -1, 0}, {1, 3, 0}, kCross, 0.25, 0.25, {1, 0, 0}},
         {{0, 0, 0}, {2, 0, 0}, {1, 1, 0}, {1, 0, 0}, MeetInsideP1P2 | MeetAtP4, 0.5, 1, {1, 0, 0}},  // T junction
         // Skew lines that pass apart, and ones that pass within EqualTol (midpoint).
