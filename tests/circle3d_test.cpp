@@ -35,12 +35,10 @@ double TurnByTurn(double t) {
 TEST(Arc3d, ThroughThreePointsRunsFromTheFirstThroughTheSecondToTheThird) {
     const struct {
         P p1, p2, p3, center;
-        double radius;
-    } cases[] = {{{1, 0, 0}, {0, -1, 0}, {0, 1, 0}, {0, 0, 0}, 1},  // the long way: the normal flips
-                 {{4, 3, 4}, {2, 5, 4}, {2, 1, 4}, {2, 3, 4}, 2}};
+    } cases[] = {{{1, 0, 0}, {0, -1, 0}, {0, 1, 0}, {0, 0, 0}},  // the long way: the normal flips
+                 {{4, 3, 4}, {2, 5, 4}, {2, 1, 4}, {2, 3, 4}}};
     for (const auto& c : cases) {
         const CArc3d arc(c.p1, c.p2, c.p3);
-        EXPECT_NEAR(arc.radius, c.radius, 1e-12);
         EXPECT_LT(Gap(arc.center, c.center) + Gap(arc.GetStartPoint(), c.p1) + Gap(arc.GetEndPoint(), c.p3), 1e-12);
         const double mid = arc.ParameterOfClosestPoint(c.p2);
         EXPECT_TRUE(mid < arc.endAngle) << mid;
@@ -67,7 +65,6 @@ TEST(Circle3d, ColinearAndCoincidentPointsGiveAHugeNearlyStraightCircle) {
     }
     const CCircle3d point(P(1, 2, 3), P(1, 2, 3), P(1, 2, 3));
     EXPECT_EQ(Gap(point.center, {1, 2, 3}), 0.0);
-    EXPECT_FALSE(point.IsValidObj());
     // A zero frame has no handedness to restore: moving the point keeps its plane.
     CCircle3d moved = point;
     moved *= CTransformation::Translate(CVector3d(1, 0, 0));
