@@ -55,8 +55,7 @@ TEST(Circle3d, ColinearAndCoincidentPointsGiveAHugeNearlyStraightCircle) {
         P p1, p2, p3, start, center;
     } cases[] = {{{0, 0, 0}, {1, 0, 0}, {3, 0, 0}, {0, 0, 0}, {1.5, 1e9, 0}},  // chord p1-p3
                  {{0, 0, 0}, {5, 0, 0}, {1, 0, 0}, {0, 0, 0}, {2.5, 1e9, 0}},  // p1-p2
-                 {{1, 0, 0}, {0, 0, 0}, {3, 0, 0}, {0, 0, 0}, {1.5, 1e9, 0}},  // p2-p3
-                 {{0, 0, 0}, {1, 0, 0}, {-1, 0, 0}, {1, 0, 0}, {0, -1e9, 0}},
+                 {{0, 0, 0}, {1, 0, 0}, {-1, 0, 0}, {1, 0, 0}, {0, -1e9, 0}},  // p2-p3
                  {{3, 0, 0}, {0, 0, 0}, {3, 0, 0}, {0, 0, 0}, {1.5, 1e9, 0}},  // tie: p2-p3
                  {{0, 0, 0}, {0, 0, 1}, {0, 0, 4}, {0, 0, 0}, {1e9, 0, 2}}};   // vertical
     for (const auto& c : cases) {
@@ -111,9 +110,8 @@ TEST(Circle3d, EvalWrapsLargeAnglesExactlyAsTurnByTurn) {
         EXPECT_EQ(got.x, want.x) << std::hexfloat << t;
     };
     for (double t : {1e6 + 1, 1e7, -1e7, -1e6 - 1, 123456789.125, -987654321.5, 12.0, -12.0}) expect(t);
-    // Both sides of every binade edge from 8 to 2^24, where the rounded step
-    // changes; 64 to 128 is the binade where 2pi falls exactly halfway between two
-    // multiples of the unit, so the step depends on whether t is an odd multiple.
+    // Both sides of every binade edge from 8 to 2^24, where the rounded step changes; in 64 to 128 2pi falls
+    // exactly halfway between two multiples of the unit, so the step depends on whether t is an odd multiple.
     for (int e = 3; e <= 24; ++e) {
         const double edge = std::ldexp(1.0, e);
         for (double t : {edge, std::nextafter(edge, 0.0), std::nextafter(edge, 2 * edge), edge + kTwoPi, edge - kTwoPi,
@@ -281,10 +279,9 @@ TEST(Ray3d, CircleIntersectionComparesSquaredLengths) {
     EXPECT_EQ(CRay3d(P(0, 1, 0), x).IntersectWith(c, a1, a2, nullptr, nullptr), 1);
     EXPECT_TRUE(a1 == kPi / 2);
 
-    // With a zero squared tolerance nothing is near the circle: a crossing of the
-    // plane exactly on it is off it (strict), and a line touching it crosses it twice
-    // (e <= r^2, inclusive) at two equal angles, where the crossings keep the order
-    // they were found in (the origin's z = -0 tells them apart: the first has z = +0).
+    // With a zero squared tolerance nothing is near the circle: a crossing of the plane exactly on it is off it
+    // (strict), and a line touching it crosses it twice (e <= r^2, inclusive) at two equal angles, where the
+    // crossings keep the order they were found in (the origin's z = -0 tells them apart: the first has z = +0).
     plenar_test::SquaredToleranceGuard noTolerance(0.0);
     EXPECT_EQ(CRay3d(P(1, 0, -5), kZ).IntersectWith(c, p1, p2), 0);
     EXPECT_EQ(CRay3d(P(1, 5, -0.0), CUnitVector3d::FromComponents(0, 1, 0)).IntersectWith(c, a1, a2, &p1, &p2), 2);
