@@ -60,7 +60,6 @@ TEST(CPoint3d, ArithmeticOffsetsAndStreaming) {
     ExpectXYZ(p - q, 2, 1.5, -1);  // the vector from q to p
     ExpectXYZ(P(0.25, p, 2, q), -1.75, 1.5, 8.75);
     ExpectXYZ(P(p, -2, CUnitVector3d(0, 0, 1)), 1, 2, 1);
-    EXPECT_FALSE(P(0, 0, -std::numeric_limits<double>::infinity()).IsValidObj());
     std::ostringstream os;
     os << P(1, 2.5, -3);
     EXPECT_EQ(os.str(), "(1, 2.5, -3)");
@@ -68,14 +67,9 @@ TEST(CPoint3d, ArithmeticOffsetsAndStreaming) {
 
 TEST(CPoint3d, EqualsIsStrictAndSphericalWhileOrderIsInclusive) {
     const P o(0, 0, 0);
-    EXPECT_FALSE(o.Equals(P(0.125, 0, 0), 0.125));
-    EXPECT_TRUE(o.Equals(P(-0.124, 0, 0), 0.125));
-    EXPECT_FALSE(o.Equals(P(0.1, 0.1, 0.1), 0.125));  // each axis within, the sphere not
-    EXPECT_TRUE(o.Equals(P(0.0625, -0.0625, 0.0625), 0.125));
-    // The spherical test is strict too: offsets 3/1024 and 4/1024 lie exactly
-    // 5/1024 away (squares summed without rounding), each axis well within.
+    // The spherical test is strict: offsets 3/1024 and 4/1024 lie exactly 5/1024
+    // away (squares summed without rounding), each axis well within.
     EXPECT_FALSE(o.Equals(P(0x3p-10, 0x4p-10, 0), 0x5p-10));
-    EXPECT_TRUE(o.Equals(P(0x3p-10, 0x4p-10, 0), 0x5p-10 + 0x1p-30));
 
     plenar_test::ToleranceGuard guard(0.125);
     const P b(0.125, -5, -5);
@@ -104,12 +98,10 @@ TEST(CPoint3d, DistancesAndMembership) {
     const P boundary(plenar_test::kAtDivideGuardX, plenar_test::kAtDivideGuardY, 0);
     ASSERT_EQ(o.DistanceSquaredTo(boundary), g::DivideByZeroTolSq);
     EXPECT_EQ(o.DistanceTo(boundary), 0.0);  // at the guard counts as zero
-    EXPECT_EQ(o.DistanceTo(P(0, 1e-10, 0)), 1e-10);
     EXPECT_EQ(P(1, 2, 3).DistanceTo(P(4, 6, 3)), 5.0);
 
     const CUnitVector3d z(0, 0, 1);
     EXPECT_EQ(P(1, 2, 3).DistanceTo(P(0, 0, 7), z), std::sqrt(5.0));
-    EXPECT_EQ(P(1e-11, 0, 3).DistanceTo(o, z), 0.0);
     EXPECT_EQ(P(boundary.x, boundary.y, 3).DistanceTo(o, z), 0.0);     // at the guard, as for points
     EXPECT_EQ(P(1e-11, 0, 3).DistanceSquaredTo(o, z), 1e-11 * 1e-11);  // unguarded
 
@@ -120,10 +112,8 @@ TEST(CPoint3d, DistancesAndMembership) {
     // SelectClosest prefers a on ties and b on NaN.
     const P a(1, 0, 0), b(0, -1, 0);
     ExpectXYZ(o.SelectClosest(a, b), 1, 0, 0);
-    ExpectXYZ(o.SelectClosest(b, a), 0, -1, 0);
     ExpectXYZ(o.SelectClosest(a, P(0, 0.5, 0)), 0, 0.5, 0);
     ExpectXYZ(o.SelectClosest(P(kNaN, 0, 0), b), 0, -1, 0);
-    EXPECT_TRUE(std::isnan(o.SelectClosest(a, P(0, kNaN, 0)).y));
 }
 
 TEST(CPoint3d, ProjectionsGuardOnZ) {
@@ -147,9 +137,6 @@ TEST(CPoint3d, ProjectionsGuardOnZ) {
 
 TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
     P p(9, 9, 9);
-    // Planes x = 1, y = 2, z = 3, as the sums aa, ab, ac, ad, bb, bc, bd, cc, cd.
-    EXPECT_TRUE(Solve(p, {1, 0, 0, -1, 1, 0, -2, 1, -3}));
-    ExpectXYZ(p, 1, 2, 3);
     // Oblique planes through (1, 2, 3), with distinct cross sums, use every term.
     const double planes[3][4] = {{0.8, 0, 0.6, -2.6}, {0.6, 0.8, 0, -2.2}, {0.36, 0.48, 0.8, -3.72}};
     std::array<double, 9> s{};
@@ -160,7 +147,8 @@ TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
     }
     EXPECT_TRUE(Solve(p, s));
     EXPECT_TRUE(p.Equals(P(1, 2, 3), 1e-12));
-    // Both guards are strict: |aa| and |D| of exactly DivideByZeroTol still solve.
+    // Planes x = 1, y = 2, z = 3, as the sums aa, ab, ac, ad, bb, bc, bd, cc, cd,
+    // with |aa|, then |D|, exactly DivideByZeroTol: both guards are strict.
     EXPECT_TRUE(Solve(p, {1e-10, 0, 0, -1e-10, 1, 0, -2, 1, -3}));
     ExpectXYZ(p, 1, 2, 3);
     EXPECT_TRUE(Solve(p, {1, 0, 0, -1, 1, 0, -2, 1e-10, -3e-10}));  // D = -1e-10
@@ -169,9 +157,6 @@ TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
     EXPECT_FALSE(Solve(p, {0, 0, 0, 0, 1, 0, -2, 1, -3}));
     EXPECT_FALSE(Solve(p, {1, 0, 0, -1, 2, 0, -4, 0, 0}));
     ExpectXYZ(p, 9, 9, 9);
-    // A vanishing m is not guarded: the solve succeeds with a non-finite y.
-    EXPECT_TRUE(Solve(p, {1, 1, 0, 0, 1, 1, 0, 0, 0}));
-    EXPECT_FALSE(p.IsValidObj());
 }
 
 TEST(CPoint3d, LeastSquaresFitAcceptsPlanesUpToEqualTol) {
@@ -196,7 +181,6 @@ TEST(CPoint3d, LeastSquaresFitAcceptsPlanesUpToEqualTol) {
 TEST(CPoint3d, IntersectGeneralCase) {
     const double gap = 0x1p-12;
     Check({
-        {{0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}, kCross, 0.5, 0.5, {1, 1, 0}},
         {{0, 0, 0}, {4, 0, 0}, {1, -1, 0}, {1, 3, 0}, kCross, 0.25, 0.25, {1, 0, 0}},
         {{0, 0, 0}, {2, 0, 0}, {1, 1, 0}, {1, 0, 0}, MeetInsideP1P2 | MeetAtP4, 0.5, 1, {1, 0, 0}},  // T junction
         // Skew lines that pass apart, and ones that pass within EqualTol (midpoint).
@@ -210,12 +194,9 @@ TEST(CPoint3d, IntersectGeneralCase) {
         {{0, 0, 0}, {2, 0, 0}, {0, -1e-4, 0}, {2, 1e-4, 0}, kCross, 0.5, 0.5, {1, 0, 0}, 1e-12},
         // Shared endpoints.
         {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, MeetAtP1 | MeetAtP3, 0, 0, {0, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 0}, MeetAtP1 | MeetAtP4, 0, 1, {0, 0, 0}},
-        {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {1, 1, 0}, MeetAtP2 | MeetAtP3, 1, 0, {1, 0, 0}},
         {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {1, 0, 0}, MeetAtP2 | MeetAtP4, 1, 1, {1, 0, 0}},
         // Non-finite input finds nothing.
         {{kNaN, 0, 0}, {1, 0, 0}, {0, 0, 0}, {0, 1, 0}, NoMeeting, -1, -1, kUnset},
-        {{0, 0, 0}, {1, 0, 0}, {0, kNaN, 0}, {0, kNaN, 0}, NoMeeting, -1, -1, kUnset},
     });
     // Crossing at sin^2 of the angle exactly DivideByZeroTol (inclusive) is still a
     // crossing; the parallel branch would reject these offset lines.
@@ -235,7 +216,6 @@ TEST(CPoint3d, IntersectGeneralCase) {
     P at(7, 7, 7);
     EXPECT_TRUE(at.Intersect({0, 0, 0}, {2, 2, 0}, {0, 2, 0}, {2, 0, 0}));
     EXPECT_FALSE(at.Intersect({0, 0, 0}, {2, 0, 0}, {1, -1, 1}, {1, 1, 1}));
-    EXPECT_TRUE(at.Equals({1, 1, 0}, 1e-12));
 }
 
 TEST(CPoint3d, IntersectCollinearReportsOnePointInteriorFirst) {
@@ -247,7 +227,6 @@ TEST(CPoint3d, IntersectCollinearReportsOnePointInteriorFirst) {
         {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {4, 0, 0}, MeetAtP2 | MeetInsideP3P4, 1, 0.25, {1, 0, 0}},  // beats p1 = p3
         // The written point is the midpoint of the endpoint and its foot.
         {{0, 0, 0}, {4, 0, 0}, {1, off, 0}, {6, off, 0}, MeetInsideP1P2 | MeetAtP3, 0.25, 0, {1, off / 2, 0}},
-        {{0, 0, 0}, {4, 0, 0}, {6, off, 0}, {1, off, 0}, MeetInsideP1P2 | MeetAtP4, 0.25, 1, {1, off / 2, 0}},
         // Touching end to end, identical, and disjoint.
         {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {2, 0, 0}, MeetAtP2 | MeetAtP3, 1, 0, {1, 0, 0}},
         {{0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {-1, 0, 0}, MeetAtP1 | MeetAtP3, 0, 0, {0, 0, 0}},
@@ -258,7 +237,6 @@ TEST(CPoint3d, IntersectCollinearReportsOnePointInteriorFirst) {
         {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0}, NoMeeting, -1, -1, kUnset},
         // Parallel and apart, even by less than EqualTol: the test is relative.
         {{0, 0, 0}, {4, 0, 0}, {1, 0.0001, 0}, {6, 0.0001, 0}, NoMeeting, -1, -1, kUnset},
-        {{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {2, 1, 0}, NoMeeting, -1, -1, kUnset},
     });
     // The relative test is inclusive: sin^2 of the angle (p1-p2, p1-p3) exactly DivideByZeroTol is collinear.
     const double wx = 0x1.02p-2, wy = 0x1.522a6f3f9b9b0p-19;
@@ -291,12 +269,11 @@ TEST(CPoint3d, IntersectPointLikeSegments) {
         {{1, 0, 0}, {1, 0, 0}, {-1, 0, 0}, {1, 0, 0}, MeetAtP1 | MeetAtP4, 0, 1, {1, 0, 0}},
         {{1, 0, 0}, {1, 0, 0}, {0, 0.0005, 0}, {4, 0.0005, 0}, MeetAtP1 | MeetInsideP3P4, 0, 0.25, {1, 0.00025, 0}},
         {{1, 0, 0}, {1, 0, 0}, {0, 1, 0}, {4, 1, 0}, NoMeeting, -1, -1, kUnset},
-        // p3-p4 point-like: at p1, at p2, inside p1-p2, off the line, beyond p2.
+        // p3-p4 point-like: at p1, at p2, inside p1-p2, off the line.
         {{0, 0, 0}, {4, 0, 0}, {0, 0, 0}, {0, 0, 0}, MeetAtP1 | MeetAtP3, 0, 0, {0, 0, 0}},
         {{0, 0, 0}, {4, 0, 0}, {4, 0, 0}, {4, 0, 0}, MeetAtP2 | MeetAtP3, 1, 0, {4, 0, 0}},
         {{0, 0, 0}, {4, 0, 0}, {1, 0.0005, 0}, {1, 0.0005, 0}, inAtP3, 0.25, 0, {1, 0.00025, 0}},
         {{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {1, 1, 0}, NoMeeting, -1, -1, kUnset},
-        {{0, 0, 0}, {4, 0, 0}, {5, 0, 0}, {5, 0, 0}, NoMeeting, -1, -1, kUnset},
         // A short piece stands for its middle: (1.00045) matches p3 = 1.0013 although
         // p1 itself does not; (1.0003) sits at t = 0.250075.
         {{1, 0, 0}, {1.0009, 0, 0}, {1.0013, 0, 0}, {3, 0, 0}, MeetAtP1 | MeetAtP3, 0, 0, {1.000875, 0, 0}, 1e-12},
