@@ -218,8 +218,11 @@ TEST(Ellipse2f, NearestParameterOnAxesAndDegenerateEllipses) {
     const CEllipse2f e(CPoint2f(1, 2), 2, 1, 0);
     // At the centre: an end of the minor axis.
     EXPECT_NEAR(std::fabs(e.NearestParameter(CPoint2f(1, 2))), 3.14159265f / 2, 1e-6f);
-    // On the major axis from the centres of curvature of its ends outwards (|x| >= 1.5
-    // from the centre), the nearest point is the end itself.
+    // On the major axis between the centres of curvature of its ends (|x| < 1.5 from
+    // the centre), the nearest point is off the axis at x = 4/3 * 0.75 = 1; beyond
+    // them it is the end itself.
+    const float t = e.NearestParameter(CPoint2f(1.75f, 2));
+    EXPECT_NEAR(2 * std::cos(t), 1.0, 1e-6);
     EXPECT_EQ(e.NearestParameter(CPoint2f(2.5f, 2)), 0.0f);
     EXPECT_EQ(e.NearestParameter(CPoint2f(9, 2)), 0.0f);
     // Beyond the far end: pi, not -pi (the wrap into [-pi, pi] is strict at pi).
