@@ -84,17 +84,6 @@ template <typename A>
     return detail::Verdict(ok, why);
 }
 
-/// The four plane coefficients identical to the bit.
-template <typename A>
-::testing::AssertionResult SamePlane(const A& a, const A& b) {
-    std::ostringstream why;
-    bool ok = detail::SameField(why, "a", a.a, b.a);
-    ok = detail::SameField(why, "b", a.b, b.b) && ok;
-    ok = detail::SameField(why, "c", a.c, b.c) && ok;
-    ok = detail::SameField(why, "d", a.d, b.d) && ok;
-    return detail::Verdict(ok, why);
-}
-
 /// A range's min and max identical to the bit.
 template <typename R>
 ::testing::AssertionResult SameRange(const R& a, const R& b) {

@@ -25,8 +25,6 @@ public:
     double Unit() { return static_cast<double>(Next() >> 11) * 0x1.0p-53; }
     /// A double in [lo, hi).
     double Uniform(double lo, double hi) { return lo + (hi - lo) * Unit(); }
-    /// A float in [lo, hi), rounded from the double draw.
-    float UniformF(float lo, float hi) { return static_cast<float>(Uniform(lo, hi)); }
     /// An integer in [lo, hi], both inclusive.
     int Int(int lo, int hi) {
         return lo + static_cast<int>(Next() % static_cast<std::uint64_t>(static_cast<std::int64_t>(hi) - lo + 1));
