@@ -409,9 +409,6 @@ TEST(CubicBezier2f, RecursionsReturnOnDegenerateInput) {
         const bool finite = std::isfinite(c.p1.x + c.p1.y + c.p0.x + c.p3.x);
         if (finite) {
             EXPECT_TRUE(c.ControlPointBounds().Contains(c.Bounds()));
-        } else {
-            EXPECT_FALSE(c.Intersects(CRect2f(0.5f, 0.5f, 1, 1)));
-            EXPECT_FALSE(c.IsInside(CRect2f(-1, -1, 5, 5)));
         }
         c.IsInside(CRect2f(-1e31f, -1e31f, 2e31f, 2e31f));
         for (float tol : {0.001f, 0.0f, -1.0f, nan, 1e-30f}) {
