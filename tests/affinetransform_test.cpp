@@ -32,6 +32,7 @@ TEST(AffineTransform, FactoriesAndApplication) {
     EXPECT_EQ(rot.b, -1.0f);
     EXPECT_TRUE(NearXy(rot * CPoint2f(1, 0), CPoint2f(0, 1), 1e-5));
     const CPoint2f center(3, -2);
+    EXPECT_TRUE(NearXy(AffineTransform::Rotate(center, 0.7f) * center, center, 1e-5));
     EXPECT_TRUE(NearXy(AffineTransform::Rotate(center, kHalfPi) * CPoint2f(4, -2), CPoint2f(3, -1), 1e-5));
 
     const AffineTransform t(1, 2, 3, 4, 5, 6);
