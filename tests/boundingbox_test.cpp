@@ -67,11 +67,16 @@ TEST(Range, EmptyConventionToleranceBoundariesAndGrowth) {
 
 TEST(BoundingBox3d, GrowingMergingAndIntersecting) {
     Box box;
+    EXPECT_TRUE(box.IsEmpty());
     box.Add(P3(1, 2, 3));
     box += P3(4, 6, 3);
     EXPECT_EQ(box.GetDiagonal(), 5.0);
     // A squared diagonal of exactly DivideByZeroTolSq still counts as none (strict).
     EXPECT_EQ(Box(P3(0, 0, 0), P3(kAtDivideGuardX, kAtDivideGuardY, 0)).GetDiagonal(), 0.0);
+    EXPECT_TRUE(box.GetMidPoint().Equals(P3(2.5, 4, 3), 1e-15));
+    // Empty axes of an added box are skipped one by one.
+    EXPECT_TRUE(
+        SameBox3(box + Box(CRange(-5, 0), CRange(), CRange(10, 11)), Box(CRange(-5, 4), CRange(2, 6), CRange(3, 11))));
     EXPECT_TRUE(SameBox3(Box() + P3(7, 8, 9), Box(P3(7, 8, 9), P3(7, 8, 9))));
     // Disjoint along x only: y and z keep their common part.
     const Box i = kUnit.Intersect(Box(P3(2, 0.5, 0.5), P3(3, 2, 2)));
@@ -90,6 +95,7 @@ TEST(BoundingBox3d, PointContainmentTolerances) {
     }
     EXPECT_TRUE(kUnit.PreciselyContains(P3(0, 0, 0)));  // half-open
     for (const P3& p : {P3(1, 1, 1), P3(0.5, 1, 0.5), P3(0.5, 0.5, 1)}) EXPECT_FALSE(kUnit.PreciselyContains(p)) << p;
+    EXPECT_TRUE(kUnit.ContainsInInterior(P3(0.001, 0.5, 0.5)));
     for (const P3& p : {P3(0.0005, 0.5, 0.5), P3(0.5, 0.5, 0.9995)}) EXPECT_FALSE(kUnit.ContainsInInterior(p)) << p;
 }
 
@@ -108,6 +114,8 @@ TEST(BoundingBox3d, BoxTestsAndWhichAxesTheyCheckForEmptiness) {
     const Box faceNeighbour(P3(1, 0, 0), P3(2, 1, 1));
     Box out = kUnit;
     EXPECT_TRUE(faceNeighbour.Intersects(kUnit));
+    EXPECT_TRUE(kUnit.IntersectsInTolerance(Box(P3(0, 0, 1.0015), P3(1, 1, 2)), 0.001));
+    EXPECT_TRUE(kUnit.Overlaps(Box(P3(0.5, -1, 0.25), P3(3, 0.5, 0.75)), out));
     // Overlaps stops at the first failing axis; the later ones stay cleared.
     EXPECT_FALSE(kUnit.Overlaps(Box(P3(0.5, 3, 0.5), P3(3, 4, 0.75)), out));
     EXPECT_TRUE(SameRange(out.x, CRange(0.5, 1)));
@@ -177,10 +185,12 @@ TEST(BoundingBox3d, SegmentTestClipsSnapsAndStopsAfterSixPasses) {
 
 TEST(BoundingBox2d, MembersContainmentAndOverlap) {
     CBoundingBox2d box;
+    EXPECT_TRUE(box.IsEmpty());
     box += P2(0, 0);
     box.Add(P2(3, 4));
     EXPECT_EQ(box.GetDiagonal(), 5.0);
     EXPECT_EQ(CBoundingBox2d(P2(0, 0), P2(kAtDivideGuardX, kAtDivideGuardY)).GetDiagonal(), 0.0);  // strict, as in 3D
+    EXPECT_EQ(box.GetCenter().y, 2.0);
     EXPECT_TRUE(NearXy(box.GetCorner(1), P2(3, 0), 0));
     EXPECT_EQ(box.GetCorner(2).y, 4);
     EXPECT_TRUE(box.Contains(P2(3.0005, 4)));
@@ -193,7 +203,9 @@ TEST(BoundingBox2d, MembersContainmentAndOverlap) {
     EXPECT_FALSE(box.Intersects(CBoundingBox2d(CRange(0, 1), CRange(2, 1))));
     EXPECT_TRUE(box.Overlaps(CBoundingBox2d(P2(1, -1), P2(5, 2)), out));
     EXPECT_TRUE(SameRange(out.y, CRange(0, 2)));
+    const CBoundingBox2d u = box + CBoundingBox2d(CRange(), CRange(-1, 9));
     const CBoundingBox2d i = box.Intersect(CBoundingBox2d(P2(5, 1), P2(6, 2)));
+    EXPECT_TRUE(SameRange(u.x, CRange(0, 3)));
     EXPECT_TRUE(SameRange(i.y, CRange(1, 2)));
     EXPECT_TRUE(!(box + P2(INFINITY, 0)).IsValidObj());
 }

@@ -79,6 +79,7 @@ TEST(Plane, RayIntersectionUsesSquaredToleranceAndAcceptsNegativeParameters) {
     const CRay3d up(P(1, 1, 5), CUnitVector3d(0, 0, 1));
     EXPECT_TRUE(z2.IntersectWith(up, t));
     EXPECT_EQ(t, -3.0);
+    EXPECT_TRUE(up.IntersectWith(z2, p));
     // The default tolerance is EqualTolSq: a grazing ray with |cos| = 1e-5 hits.
     const CRay3d grazing(P(0, 0, 3), CUnitVector3d(1, 0, 1e-5));
     ASSERT_TRUE(grazing.IntersectWith(z2, t));

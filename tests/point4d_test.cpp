@@ -11,6 +11,10 @@ TEST(CPoint4d, WidensWithWeightAndDividesByTheReciprocal) {
     const CUnitVector3d u(0.0, 3.0, 4.0);
     EXPECT_EQ(CPoint4d(u), CPoint4d(u.x, u.y, u.z, 0.0));
 
+    CPoint4d scaled = p * 2.0;
+    scaled.HomogeneousDivide();
+    EXPECT_EQ(scaled, p);
+
     // 5 * (1/3) and 5 / 3 differ in the last bit; the reciprocal form is the one used.
     CPoint4d q(5.0, 7.0, -1.0, 3.0);
     q.HomogeneousDivide();

@@ -47,6 +47,7 @@ TEST(Rect2f, ArithmeticEqualityAndGrowing) {
     EXPECT_EQ(Fields(e), (F{2, 3, 0, 1}));
     ToleranceGuard tol(0.125);
     EXPECT_EQ(r, CRect2f(1.125f, 1.875f, 3.125f, 3.875f));
+    EXPECT_TRUE(r != CRect2f(1, 2, 3, std::nextafter(4.125f, 5.0f)));
 }
 
 TEST(Rect2f, CornersMasksAndSides) {
