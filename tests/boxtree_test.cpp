@@ -278,6 +278,7 @@ TEST(BoxTree, DepthIsBoundedAndDegenerateInputsAreHandled) {
     // Only empty and non-finite boxes: no nodes, every box tested directly.
     const std::vector<Box> odd = {Box(), Box(P3(kNaN, 0, 0), P3(1, 1, 1)), Box(P3(0, 0, 0), P3(1, kInf, 1))};
     const CBoxTree oddTree(odd.data(), odd.size());
+    EXPECT_EQ(oddTree.NodeCount(), 0u);
     const CRay3d ray(P3(0.5, -1, 0.5), CUnitVector3d(0, 1, 0));
     EXPECT_TRUE(SameHits(TreeRay(oddTree, ray), BruteRay(odd, ray)));
 

@@ -202,5 +202,6 @@ TEST(Line3d, ZoneCodesAndTheBoxTest) {
     const CPoint3d o(5, 0.5, 0.5);
     EXPECT_TRUE(Line(o, kX, -kInf, kInf).IntersectWith(kUnit));
     EXPECT_TRUE(Line(o, kX, -kInf, -2).IntersectWith(kUnit));
+    EXPECT_FALSE(Line(o, kX, 2, kInf).IntersectWith(kUnit));
     EXPECT_FALSE(Line(CPoint3d(5, 5, 5), kX, -kInf, kInf).IntersectWith(kUnit));
 }

@@ -147,13 +147,15 @@ TEST(IntersectSegments, CrossingEndTolerancesAndPointSegments) {
     // The function takes its points by reference; these copies stay unchanged.
     auto hit = [](P2 a1, P2 a2, P2 b1, P2 b2, P2* out = nullptr) { return IntersectSegments(a1, a2, b1, b2, out); };
     P2 out;
-    // Beyond b's end but within EqualTol of b1.
+    // Beyond a's end but within EqualTol of a2; beyond b's end within EqualTol of b1.
+    EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(1.0005, -1), P2(1.0005, 1)));
     EXPECT_TRUE(hit(P2(0, -1), P2(0, 1), P2(0.0005, 0), P2(1, 0)));
     // Point-like segments stand for their midpoints.
     EXPECT_TRUE(hit(P2(0.5, 0), P2(0.5, 0.0001), P2(0, 0), P2(1, 0), &out));
     EXPECT_EQ(out.y, 0.00005);
     EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(0.5, 0), P2(0.5, 0.0001)));
     EXPECT_TRUE(hit(P2(0.5, 0), P2(0.5, 0.0001), P2(0.5, 0.0002), P2(0.5, 0.0003)));
+    EXPECT_FALSE(hit(P2(kNaN, 0), P2(1, 1), P2(0, 0), P2(1, 0)));
     {
         // A squared length exactly EqualTolSq is a segment, not a point (strict).
         plenar_test::SquaredToleranceGuard sq(0x1p-20);
@@ -184,7 +186,9 @@ TEST(IntersectSegments, CrossingEndTolerancesAndPointSegments) {
     EXPECT_FALSE(hit(P2(1, 0), P2(2, 0), P2(0, 0), P2(3, 0)));
     EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(-1, 0), P2(0.5, 0), &out));
     EXPECT_EQ(out, P2(0.5, 0));
-    // b runs 1e-4 above a: a cross product of 1e-11 is parallel, and b1 lies on a within EqualTol.
+    // b runs 1e-4 above a: a cross product of 1e-9 is not parallel (the lines meet
+    // far away), one of 1e-11 is, and b1 lies on a within EqualTol.
+    EXPECT_FALSE(hit(P2(0, 0), P2(1, 0), P2(0.5, 1e-4), P2(1.5, 1e-4 + 1e-9)));
     EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(0.5, 1e-4), P2(1.5, 1e-4 + 1e-11)));
     // A cross product of exactly 1e-10 is not parallel (strict): b crosses a's middle, neither end of b on a.
     EXPECT_TRUE(hit(P2(0, 0), P2(1, 0), P2(-1, -0.5e-10), P2(2, 0.5e-10)));

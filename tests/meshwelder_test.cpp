@@ -188,6 +188,7 @@ TEST(MeshWelder, FollowsPoolsEditedBehindItsBack) {
     t.mesh.points[3] = t.ref.points[3] = P(4.0 * T, 4.0 * T, 4.0 * T);
     t.welder.Rebuild();
     agree("after an edit and Rebuild");
+    EXPECT_EQ(&t.welder.Mesh(), &t.mesh);
 
     // Only the last indexed point is watched (O(1) a call): an earlier point moved
     // in place is still filed under its old place.
@@ -214,6 +215,9 @@ TEST(MeshWelder, BulkCallsMatchTheMeshIncludingRefusedPolygons) {
     t.ref.AddPolygon(3, tri);
     EXPECT_TRUE(SamePool(t.mesh, t.ref));
 
+    long indices[3] = {-7, -7, -7};
+    t.welder.InsertPoints(tri, 0, indices);
+    EXPECT_EQ(indices[0], -7);
     t.welder.InsertPoints(quad, 4, nullptr);  // welds without reporting
     EXPECT_EQ(t.mesh.points.size(), 5u);
 

@@ -205,6 +205,7 @@ TEST(Plane, MapPointUsesCanonicalFrameSoReversedPlanesAgree) {
 TEST(Plane, EqualsOrientedAndUnoriented) {
     EXPECT_FALSE(CPlane(0, 0, 1, -1).Equals(CPlane(0, 0, -1, 1), true, EqualTol));
     EXPECT_TRUE(CPlane(3, 0.5, 4, 1).Equals(CPlane(3, 0.5, 4, 1), true, 0.0));  // every component, inclusive
+    EXPECT_FALSE(Raw(0, 0, 1, 0.5).Equals(Raw(0, 0, 1, 0.75), true, std::nextafter(0.25, 0.0)));
     // Away from the origin the signs of d decide, zero counting as non-negative;
     // through the origin (|d| < EqualTol) the normals decide instead.
     EXPECT_TRUE(Raw(0, 0, 1, 0.5).Equals(Raw(0, 0, 1, 0.0), false, 1.0));
@@ -266,9 +267,11 @@ TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     ASSERT_TRUE(pl.Evaluate(square.data(), 4) && pl.LeastSquaresFit(4, square.data()));
     ASSERT_TRUE(pl.LeastSquaresFit(4, reversed.data()) && pl.Evaluate(reversed.data(), 4));
     EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 1), 0));
-    // Colinear points fail and leave the plane alone; three points are enough.
+    // Colinear and too few points fail and leave the plane alone; three points are enough.
     const std::vector<P> line = {{0, 0, 0}, {1, 1, 1}, {3, 3, 3}, {2, 2, 2}};
+    EXPECT_FALSE(pl.Evaluate(square.data(), 2));
     EXPECT_FALSE(pl.LeastSquaresFit(4, line.data()));
+    EXPECT_FALSE(pl.LeastSquaresFit(2, square.data()));
     EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 1), 0));  // untouched
     EXPECT_TRUE(pl.LeastSquaresFit(3, square.data()));
     // Lifting one corner by 0.01 breaks planarity; the fitted plane is still set.

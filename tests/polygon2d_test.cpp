@@ -68,6 +68,7 @@ TEST(Polygon2d, CoincidenceFollowsTheCycleFromTheFirstMatchOnly) {
     EXPECT_FALSE(reversed.IsCoincidentWith(kUnit));
     EXPECT_FALSE(kUnit.IsCoincidentWith(Make({{0, 0}, {1, 0}, {1, 1}})));
     EXPECT_FALSE(CPolygon2d().IsCoincidentWith(CPolygon2d()));
+    EXPECT_TRUE(Make({{3, 4}}).IsCoincidentWith(Make({{3.0005, 4}})));
 
     // Per-axis and squared tests, all strict, for the start vertex as for the rest.
     // A tolerance of 2^-10 keeps the per-axis boundary exact at every vertex;
@@ -99,6 +100,7 @@ TEST(Polygon2d, CoincidenceFollowsTheCycleFromTheFirstMatchOnly) {
 
 TEST(Polygon2d, SignedAreaIsPositiveCounterClockwiseAndReverseChangesNothing) {
     EXPECT_EQ(kUnit.GetSignedArea(), 1.0);
+    EXPECT_EQ(CPolygon2d().GetSignedArea(), 0.0);
     // Far from the origin the trapezoids cancel exactly; products of raw
     // coordinates (about 1e16) would not.
     const double o = 1e8;

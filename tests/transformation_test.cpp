@@ -252,6 +252,7 @@ TEST(CTransformation, AxisOriginScaleAndDeterminantQueries) {
     T t = T::Translate(CVector3d(1, 2, 3)) * T::Rotate(O, ZAxis, Pi / 2) * T::Scale(3);
     EXPECT_TRUE(NearXyz(P(t.Y()), CPoint3d(-1, 0, 0), 1e-12));  // the scale does not enter
     EXPECT_TRUE(NearXyz(t.T(), CPoint3d(1, 2, 3), 1e-12));
+    EXPECT_EQ(t.Scale(), 3.0);
     EXPECT_TRUE(NearXyz(P(T::Scale(2, 5, 7).XYZScale()), CPoint3d(2, 5, 7), 0));
     t.isIdentity = true;
     EXPECT_TRUE(NearXyz(t.T(), CPoint3d(0, 0, 0), 0));
