@@ -124,6 +124,8 @@ TEST(CubicBezier2f, BoundsAreTighterThanTheControlBounds) {
     CRect2f rect(5, 5, 1, 1);
     EXPECT_TRUE(inner.MightIntersectBounds(nullptr));
     EXPECT_FALSE(inner.MightIntersectBounds(&rect));
+    rect = CRect2f(4, 4, 1, 1);
+    EXPECT_TRUE(inner.MightIntersectBounds(&rect));
 
     // An S-curve whose inner points stick out on both sides in x.
     const Bez s(P(0, 0), P(3, 1), P(-2, 2), P(1, 3));
@@ -263,6 +265,8 @@ TEST(CubicBezier2f, ParameterOfPointOnCurveWithStrictBoundaries) {
 }
 
 TEST(CubicBezier2f, RectangleContactAndContainment) {
+    EXPECT_TRUE(kArch.Intersects(CRect2f(-1, -1, 1, 1)));  // touching p0 only
+    EXPECT_TRUE(kArch.IsInside(CRect2f(-0.5f, -0.5f, 5, 3.6f)));
     EXPECT_TRUE(Bez(P(0, 0), P(2, 2)).IsInside(CRect2f(0, 0, 2, 2)));  // inclusive at the border
     EXPECT_FALSE(kArch.IsInside(CRect2f(-0.5f, -0.5f, 5, 3.4f)));
     EXPECT_FALSE(kArch.IsInside(CRect2f(0.5f, -0.5f, 5, 5)));
@@ -331,6 +335,10 @@ TEST(CubicBezier2f, ArcPiecesDirectionAndSweepsWithNoCount) {
     EXPECT_TRUE(plenar_test::NearXy(pts[3], P(1, 0), 1e-5));
     Bez::ApproximateArc(center, 2.0f, 0.0f, kPi, pts);
     EXPECT_EQ(pts.size(), 7u);
+    // Each piece, read from the list at its first point, has its middle on the circle.
+    for (std::size_t i = 0; i + 3 < pts.size(); i += 3) {
+        EXPECT_NEAR(Bez(&pts[i]).EvaluatePoint(0.5f).DistanceTo(center), 2.0f, 1e-3f) << i;
+    }
     Bez::ApproximateArc(center, 2.0f, kPi / 2, 0.0f, pts);  // a negative sweep runs the other way
     EXPECT_TRUE(plenar_test::NearXy(pts[3], P(3, 2), 1e-5));
     // Inner points collapse onto the chord only when sin(half piece angle) < EqualTol:
@@ -454,6 +462,9 @@ TEST(CubicBezier2f, RecursionsRunToTheEndOnFiniteInput) {
     std::vector<P> pts;
     stuck.ApproximateWithPolyline(pts, 1e-8f);
     ASSERT_EQ(pts.size(), 2u);
+    float t = -1;
+    EXPECT_TRUE(stuck.ParameterOfPointOnCurve(stuck.p0, 1e-8f, t));
+    EXPECT_EQ(t, 0.0f);
 
     // Coordinates too coarse in float for the tolerance: the pass that runs out of
     // pieces is dropped and the curve flattened again at the float resolution.

@@ -255,6 +255,7 @@ TEST(Ellipse2f, NearestParameterOnAxesAndDegenerateEllipses) {
     // Non-finite input gives NaN; huge and tiny finite input finishes with an answer.
     const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
     EXPECT_TRUE(std::isnan(e.NearestParameter(CPoint2f(nan, 0))));
+    EXPECT_TRUE(std::isnan(e.NearestParameter(CPoint2f(0, inf))));
     EXPECT_TRUE(std::isnan(CEllipse2f(CPoint2f(0, 0), nan, 1, 0).NearestParameter(CPoint2f(1, 1))));
     EXPECT_TRUE(std::isnan(
         CEllipse2f(CRect2f(0, 0, 2, 2), AffineTransform(inf, 0, 0, 1, 0, 0)).NearestParameter(CPoint2f(1, 1))));
