@@ -143,7 +143,8 @@ TEST(GeomFilterPlane, TouchingWithinTheBand) {
     }
 
     std::unique_ptr<IGeomFilter> copy(f.Clone());
-    ASSERT_TRUE(dynamic_cast<CGeomFilterPlane*>(copy.get()) && !dynamic_cast<CGeomFilterAbovePlane*>(copy.get()));
+    ASSERT_NE(dynamic_cast<CGeomFilterPlane*>(copy.get()), nullptr);
+    EXPECT_EQ(dynamic_cast<CGeomFilterAbovePlane*>(copy.get()), nullptr);
     copy->Transform(CTransformation::Translate(CVector3d(0, 0, 2)));
     EXPECT_TRUE(copy->Test(at(2)));
     EXPECT_TRUE(f.Test(at(0)));  // the original stays
@@ -205,7 +206,8 @@ TEST_F(GeomFilterCombinedTest, FrustumPlanesCloneAndTransform) {
 
     std::unique_ptr<IGeomFilter> copy(c.Clone());
     auto* cc = dynamic_cast<CGeomFilterCombined*>(copy.get());
-    ASSERT_TRUE(cc && cc->filters.size() == 4u);
+    ASSERT_NE(cc, nullptr);
+    ASSERT_EQ(cc->filters.size(), 4u);
     for (std::size_t i = 0; i < 4; ++i) EXPECT_NE(cc->filters[i], c.filters[i]);  // deep
     EXPECT_TRUE(dynamic_cast<CGeomFilterInsideVolume*>(cc->filters[1]));
     EXPECT_TRUE(dynamic_cast<CGeomFilterSelectAll*>(cc->filters[2]));

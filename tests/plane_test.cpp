@@ -264,8 +264,10 @@ TEST(Plane, LeastSquaresFitAcceptsPointsExactlyEqualTolOff) {
 TEST(Plane, EvaluateAndFitFollowTheOrderOfThePoints) {
     std::vector<P> square = {{0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}}, reversed(square.rbegin(), square.rend());
     CPlane pl;
-    ASSERT_TRUE(pl.Evaluate(square.data(), 4) && pl.LeastSquaresFit(4, square.data()));
-    ASSERT_TRUE(pl.LeastSquaresFit(4, reversed.data()) && pl.Evaluate(reversed.data(), 4));
+    ASSERT_TRUE(pl.Evaluate(square.data(), 4));
+    ASSERT_TRUE(pl.LeastSquaresFit(4, square.data()));
+    ASSERT_TRUE(pl.LeastSquaresFit(4, reversed.data()));
+    ASSERT_TRUE(pl.Evaluate(reversed.data(), 4));
     EXPECT_TRUE(NearPlane(pl, Raw(0, 0, -1, 1), 0));
     // Colinear and too few points fail and leave the plane alone; three points are enough.
     const std::vector<P> line = {{0, 0, 0}, {1, 1, 1}, {3, 3, 3}, {2, 2, 2}};

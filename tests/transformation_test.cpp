@@ -166,9 +166,11 @@ TEST(CTransformation, CompositionAppliesRightOperandFirstAndInverseUndoes) {
         const T x = RandomPlacement(rng, i % 2 == 0), y = RandomPlacement(rng, i % 3 == 0), inv = T::Inverse(x);
         const CPoint3d p(u(rng), u(rng), u(rng));
         const CVector3d v(u(rng), u(rng), u(rng));
-        ASSERT_TRUE(((x * y) * p).Equals(x * (y * p), 1e-9) && P((x * y) * v).Equals(P(x * (y * v)), 1e-9)) << i;
-        ASSERT_TRUE((inv * (x * p)).Equals(p, 1e-9) && (x * inv).IsReallyIdentity() && (inv * x).IsReallyIdentity())
-            << i;
+        ASSERT_TRUE(((x * y) * p).Equals(x * (y * p), 1e-9)) << i;
+        ASSERT_TRUE(P((x * y) * v).Equals(P(x * (y * v)), 1e-9)) << i;
+        ASSERT_TRUE((inv * (x * p)).Equals(p, 1e-9)) << i;
+        ASSERT_TRUE((x * inv).IsReallyIdentity()) << i;
+        ASSERT_TRUE((inv * x).IsReallyIdentity()) << i;
     }
     // Only the left operand's identity flag short-cuts: on the right a flagged
     // translation is multiplied out; on the left the result is b exactly.
