@@ -12,7 +12,6 @@
 #include <vector>
 
 using namespace plenar_example;
-using velmor::geometry::CGeomFilterVolume;
 
 namespace {
 
