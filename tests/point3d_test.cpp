@@ -1,6 +1,7 @@
 #include <geometry/plane.h>
 #include <geometry/point3d.h>
 #include <gtest/gtest.h>
+#include <support/predicates.h>
 #include <support/tolerance_guard.h>
 
 #include <array>
@@ -9,20 +10,13 @@
 #include <sstream>
 
 namespace g = velmor::geometry;
-using g::CUnitVector3d, g::CVector3d;
+using g::CUnitVector3d, g::CVector3d, plenar_test::EqualXyz;
 using P = g::CPoint3d;
 using g::MeetAtP1, g::MeetAtP2, g::MeetAtP3, g::MeetAtP4, g::MeetInsideP1P2, g::MeetInsideP3P4, g::NoMeeting;
 
 namespace {
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-template <class V>
-void ExpectXYZ(const V& v, double x, double y, double z) {
-    EXPECT_EQ(v.x, x);
-    EXPECT_EQ(v.y, y);
-    EXPECT_EQ(v.z, z);
-}
 
 bool Solve(P& p, std::array<double, 9> s) { return p.ComputeLSF(s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8]); }
 
@@ -47,9 +41,7 @@ void Check(const std::vector<Case>& cases) {
         EXPECT_EQ(at.Intersect(c.p1, c.p2, c.p3, c.p4, &t, &u), c.code);
         EXPECT_NEAR(t, c.t, c.eps);
         EXPECT_NEAR(u, c.u, c.eps);
-        EXPECT_NEAR(at.x, c.at.x, c.eps);
-        EXPECT_NEAR(at.y, c.at.y, c.eps);
-        EXPECT_NEAR(at.z, c.at.z, c.eps);
+        EXPECT_TRUE(plenar_test::NearXyz(at, c.at, c.eps));
     }
 }
 
@@ -57,9 +49,9 @@ void Check(const std::vector<Case>& cases) {
 
 TEST(CPoint3d, ArithmeticOffsetsAndStreaming) {
     const P p(1, 2, 3), q(-1, 0.5, 4);
-    ExpectXYZ(p - q, 2, 1.5, -1);  // the vector from q to p
-    ExpectXYZ(P(0.25, p, 2, q), -1.75, 1.5, 8.75);
-    ExpectXYZ(P(p, -2, CUnitVector3d(0, 0, 1)), 1, 2, 1);
+    EXPECT_TRUE(EqualXyz(p - q, 2, 1.5, -1));  // the vector from q to p
+    EXPECT_TRUE(EqualXyz(P(0.25, p, 2, q), -1.75, 1.5, 8.75));
+    EXPECT_TRUE(EqualXyz(P(p, -2, CUnitVector3d(0, 0, 1)), 1, 2, 1));
     std::ostringstream os;
     os << P(1, 2.5, -3);
     EXPECT_EQ(os.str(), "(1, 2.5, -3)");
@@ -111,9 +103,9 @@ TEST(CPoint3d, DistancesAndMembership) {
 
     // SelectClosest prefers a on ties and b on NaN.
     const P a(1, 0, 0), b(0, -1, 0);
-    ExpectXYZ(o.SelectClosest(a, b), 1, 0, 0);
-    ExpectXYZ(o.SelectClosest(a, P(0, 0.5, 0)), 0, 0.5, 0);
-    ExpectXYZ(o.SelectClosest(P(kNaN, 0, 0), b), 0, -1, 0);
+    EXPECT_TRUE(EqualXyz(o.SelectClosest(a, b), 1, 0, 0));
+    EXPECT_TRUE(EqualXyz(o.SelectClosest(a, P(0, 0.5, 0)), 0, 0.5, 0));
+    EXPECT_TRUE(EqualXyz(o.SelectClosest(P(kNaN, 0, 0), b), 0, -1, 0));
 }
 
 TEST(CPoint3d, ProjectionsGuardOnZ) {
@@ -125,10 +117,10 @@ TEST(CPoint3d, ProjectionsGuardOnZ) {
     }
     P p(2, 4, 5);
     EXPECT_TRUE(p.Project(10));  // s = 10 / (10 - 5)
-    ExpectXYZ(p, 4, 8, 10);
+    EXPECT_TRUE(EqualXyz(p, 4, 8, 10));
     p = P(49, 98, 49);  // z is set to -d, not scaled: (-1 / 49) * 49 != -1
     EXPECT_TRUE(p.ProjectGL(1));
-    ExpectXYZ(p, (-1.0 / 49) * 49, (-1.0 / 49) * 98, -1);
+    EXPECT_TRUE(EqualXyz(p, (-1.0 / 49) * 49, (-1.0 / 49) * 98, -1));
     p = P(1, 1, 1e-10);  // |z| of exactly DivideByZeroTol is not below it
     P q(1, 1, -1e-10);
     EXPECT_TRUE(p.Project(1));
@@ -150,13 +142,13 @@ TEST(CPoint3d, ComputeLSFSolvesTheNormalEquations) {
     // Planes x = 1, y = 2, z = 3, as the sums aa, ab, ac, ad, bb, bc, bd, cc, cd,
     // with |aa|, then |D|, exactly DivideByZeroTol: both guards are strict.
     EXPECT_TRUE(Solve(p, {1e-10, 0, 0, -1e-10, 1, 0, -2, 1, -3}));
-    ExpectXYZ(p, 1, 2, 3);
+    EXPECT_TRUE(EqualXyz(p, 1, 2, 3));
     EXPECT_TRUE(Solve(p, {1, 0, 0, -1, 1, 0, -2, 1e-10, -3e-10}));  // D = -1e-10
     // Failures leave the point alone: no x term; a singular y-z system (y = 2 twice).
     p = P(9, 9, 9);
     EXPECT_FALSE(Solve(p, {0, 0, 0, 0, 1, 0, -2, 1, -3}));
     EXPECT_FALSE(Solve(p, {1, 0, 0, -1, 2, 0, -4, 0, 0}));
-    ExpectXYZ(p, 9, 9, 9);
+    EXPECT_TRUE(EqualXyz(p, 9, 9, 9));
 }
 
 TEST(CPoint3d, LeastSquaresFitAcceptsPlanesUpToEqualTol) {
@@ -167,7 +159,7 @@ TEST(CPoint3d, LeastSquaresFitAcceptsPlanesUpToEqualTol) {
     };
     P p;
     EXPECT_TRUE(p.LeastSquaresFit(planes(0x4p-10)));
-    ExpectXYZ(p, 0x4p-10, 0, 0);
+    EXPECT_TRUE(EqualXyz(p, 0x4p-10, 0, 0));
     EXPECT_TRUE(p.LeastSquaresFit(planes(0x5p-10)));
     EXPECT_FALSE(p.LeastSquaresFit(planes(0x6p-10)));
     // Three planes are enough, through either overload.

@@ -1,6 +1,7 @@
 #include <geometry/point3d.h>
 #include <geometry/unitvector3d.h>
 #include <gtest/gtest.h>
+#include <support/predicates.h>
 #include <support/random.h>
 #include <support/tolerance_guard.h>
 
@@ -8,17 +9,10 @@
 #include <limits>
 
 namespace g = velmor::geometry;
-using g::CVector3d;
+using g::CVector3d, plenar_test::EqualXyz;
 using U = g::CUnitVector3d;
 
 namespace {
-
-template <class V>
-void ExpectXYZ(const V& v, double x, double y, double z) {
-    EXPECT_EQ(v.x, x);
-    EXPECT_EQ(v.y, y);
-    EXPECT_EQ(v.z, z);
-}
 
 const double kHalfPi = std::acos(0.0);
 const double kTwoPi = 6.283185307179586;
@@ -27,15 +21,15 @@ const double kTwoPi = 6.283185307179586;
 
 TEST(CUnitVector3d, ConstructorsAndSettersNormalize) {
     const double y = 3 * (1.0 / 5), z = 4 * (1.0 / 5);  // times the reciprocal length
-    ExpectXYZ(U(0, 3, 4), 0, y, z);
-    ExpectXYZ(U(g::CPoint3d(1, 1, 1), g::CPoint3d(1, 4, 5)), 0, y, z);
+    EXPECT_TRUE(EqualXyz(U(0, 3, 4), 0, y, z));
+    EXPECT_TRUE(EqualXyz(U(g::CPoint3d(1, 1, 1), g::CPoint3d(1, 4, 5)), 0, y, z));
     U u;
     EXPECT_EQ(u.Set(0, 3, 4), 5.0);
-    ExpectXYZ(u, 0, y, z);
+    EXPECT_TRUE(EqualXyz(u, 0, y, z));
     EXPECT_EQ(u.Set(g::CPoint3d(1, 1, 1), g::CPoint3d(1, 1, -1)), 2.0);
-    ExpectXYZ(u, 0, 0, -1);
+    EXPECT_TRUE(EqualXyz(u, 0, 0, -1));
     u = CVector3d(0, -2, 0);
-    ExpectXYZ(u, 0, -1, 0);
+    EXPECT_TRUE(EqualXyz(u, 0, -1, 0));
 }
 
 TEST(CUnitVector3d, NormalizeGuardsAndUnitShortcut) {
@@ -46,15 +40,15 @@ TEST(CUnitVector3d, NormalizeGuardsAndUnitShortcut) {
     EXPECT_TRUE(U(bx, by, 0).IsValid());
     U u;
     EXPECT_EQ(u.Set(bx, by, 0), 0.0);
-    ExpectXYZ(u, 0, 0, 0);
+    EXPECT_TRUE(EqualXyz(u, 0, 0, 0));
     // A squared length that rounds to exactly 1 is left bit-for-bit alone...
     ASSERT_EQ(0.6 * 0.6 + 0.8 * 0.8, 1.0);
-    ExpectXYZ(U(0.6, 0.8, 0), 0.6, 0.8, 0);
+    EXPECT_TRUE(EqualXyz(U(0.6, 0.8, 0), 0.6, 0.8, 0));
     // ...one ulp below 1 is outside the shortcut and is rescaled.
     const double x = 0.65704627710905739, y = 0.5716389544055448, z = -0.49144592331533604;
     ASSERT_EQ(x * x + y * y + z * z, 1.0 - 0x1p-53);
     const double inv = 1.0 / std::sqrt(1.0 - 0x1p-53);
-    ExpectXYZ(U(x, y, z), x * inv, y * inv, z * inv);
+    EXPECT_TRUE(EqualXyz(U(x, y, z), x * inv, y * inv, z * inv));
     EXPECT_NE(U(x, y, z).x, x);
 }
 
@@ -101,22 +95,22 @@ TEST(CUnitVector3d, AnglesAndArithmetic) {
     EXPECT_EQ(n.CCWAngleBetween(y, CVector3d(0, 0, -3)), 0.0);
 
     const double r = 1 / std::sqrt(2.0);
-    ExpectXYZ(U(1, 0, 0) + U(0, 1, 0), r, r, 0);
-    ExpectXYZ(U(1, 0, 0) - U(0, 1, 0), r, -r, 0);
-    ExpectXYZ(n + (-n), 0, 0, 0);
-    ExpectXYZ(U(0, 1, 0) * CVector3d(3, 0, 0), 0, 0, -3);  // not normalised
+    EXPECT_TRUE(EqualXyz(U(1, 0, 0) + U(0, 1, 0), r, r, 0));
+    EXPECT_TRUE(EqualXyz(U(1, 0, 0) - U(0, 1, 0), r, -r, 0));
+    EXPECT_TRUE(EqualXyz(n + (-n), 0, 0, 0));
+    EXPECT_TRUE(EqualXyz(U(0, 1, 0) * CVector3d(3, 0, 0), 0, 0, -3));  // not normalised
 }
 
 TEST(CUnitVector3d, ArbitraryAxesCompleteARightHandedFrame) {
     U xa, ya;
     EXPECT_TRUE(U(0, 0, 1).GetArbitraryAxes(xa, ya));
-    ExpectXYZ(xa, 1, 0, 0);
+    EXPECT_TRUE(EqualXyz(xa, 1, 0, 0));
     EXPECT_TRUE(U(0, 0, -1).GetArbitraryAxes(xa, ya));
-    ExpectXYZ(xa, -1, 0, 0);
-    ExpectXYZ(ya, 0, 1, 0);
+    EXPECT_TRUE(EqualXyz(xa, -1, 0, 0));
+    EXPECT_TRUE(EqualXyz(ya, 0, 1, 0));
     EXPECT_FALSE(U(0, 0, 0).GetArbitraryAxes(xa, ya));
-    ExpectXYZ(xa, 0, 0, 0);
-    ExpectXYZ(ya, 0, 0, 0);
+    EXPECT_TRUE(EqualXyz(xa, 0, 0, 0));
+    EXPECT_TRUE(EqualXyz(ya, 0, 0, 0));
 
     plenar_test::SplitMix64 rng(7);
     for (int i = 0; i < 200; ++i) {

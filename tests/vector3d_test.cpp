@@ -1,5 +1,6 @@
 #include <geometry/vector3d.h>
 #include <gtest/gtest.h>
+#include <support/predicates.h>
 #include <support/tolerance_guard.h>
 
 #include <cmath>
@@ -8,16 +9,10 @@
 #include <sstream>
 
 namespace g = velmor::geometry;
-using g::CUnitVector3d;
+using g::CUnitVector3d, plenar_test::EqualXyz;
 using V = g::CVector3d;
 
 namespace {
-
-void ExpectXYZ(const V& v, double x, double y, double z) {
-    EXPECT_EQ(v.x, x);
-    EXPECT_EQ(v.y, y);
-    EXPECT_EQ(v.z, z);
-}
 
 // Squared length exactly DivideByZeroTolSq (checked in the test).
 const V kAtZeroSq(6e-11, 7.9999999999999995e-11, 0.0);
@@ -36,36 +31,36 @@ TEST(CVector3d, NormalizeOverloadsGuardDifferently) {
     double len = -1.0;
     EXPECT_FALSE(v.Normalize(len));
     EXPECT_EQ(len, 0.0);
-    ExpectXYZ(v, 0, 0, 0);
+    EXPECT_TRUE(EqualXyz(v, 0, 0, 0));
     V below(1e-11, 0, 0);  // below it both fail and zero
     EXPECT_FALSE(below.Normalize());
-    ExpectXYZ(below, 0, 0, 0);
+    EXPECT_TRUE(EqualXyz(below, 0, 0, 0));
     // A length of exactly DivideByZeroTol passes the strict length guard.
     ASSERT_EQ(V(1e-10, 0, 0).Length(), g::DivideByZeroTol);
     v = V(0, -1e-10, 0);
     EXPECT_TRUE(v.Normalize(len));
-    ExpectXYZ(v, 0, -1, 0);
+    EXPECT_TRUE(EqualXyz(v, 0, -1, 0));
     // Scaled by the reciprocal of the length, not divided: 3 * (1/5) != 3 / 5.
     v = V(3, 4, 0);
     EXPECT_TRUE(v.Normalize(len));
-    ExpectXYZ(v, 3 * (1.0 / 5), 4 * (1.0 / 5), 0);
+    EXPECT_TRUE(EqualXyz(v, 3 * (1.0 / 5), 4 * (1.0 / 5), 0));
     v = V(0, 3, -4);
     EXPECT_TRUE(v.Normalize());
-    ExpectXYZ(v, 0, 3 * (1.0 / 5), -4 * (1.0 / 5));
+    EXPECT_TRUE(EqualXyz(v, 0, 3 * (1.0 / 5), -4 * (1.0 / 5)));
 }
 
 TEST(CVector3d, SetLengthLeavesTooShortVectorsUnchanged) {
     for (const V& start : {V(0, 0, 0), V(1e-11, -2e-11, 0), kAtZeroSq}) {
         V v = start;
         EXPECT_FALSE(v.SetLength(2.0));
-        ExpectXYZ(v, start.x, start.y, start.z);
+        EXPECT_TRUE(EqualXyz(v, start.x, start.y, start.z));
     }
     V v(1e-10, 0, 0);  // exactly DivideByZeroTol long is long enough
     EXPECT_TRUE(v.SetLength(3.0));
     EXPECT_NEAR(v.x, 3.0, 1e-15);
     v = V(3, 4, 0);
     EXPECT_TRUE(v.SetLength(-10.0));
-    ExpectXYZ(v, -6, -8, 0);
+    EXPECT_TRUE(EqualXyz(v, -6, -8, 0));
 }
 
 TEST(CVector3d, EqualityIsInclusivePerComponentAndOrderIsTolerant) {
@@ -101,11 +96,11 @@ TEST(CVector3d, AngleBetweenTestsTheRawDotFirst) {
 
 TEST(CVector3d, CrossProductsFramesAndUnguardedDivision) {
     const V a(1, 2, 3), b(-4, 0.5, 2);
-    ExpectXYZ(a * b, 2.5, -14, 8.5);
-    ExpectXYZ(b.Cross(a), -2.5, 14, -8.5);
+    EXPECT_TRUE(EqualXyz(a * b, 2.5, -14, 8.5));
+    EXPECT_TRUE(EqualXyz(b.Cross(a), -2.5, 14, -8.5));
     const CUnitVector3d ux(1, 0, 0), uy(0, 1, 0), uz(0, 0, 1);
-    ExpectXYZ(V(0, 0, 2) * ux, 0, 2, 0);
-    ExpectXYZ(V(2, ux, -3, uy, 4, uz), 2, -3, 4);
+    EXPECT_TRUE(EqualXyz(V(0, 0, 2) * ux, 0, 2, 0));
+    EXPECT_TRUE(EqualXyz(V(2, ux, -3, uy, 4, uz), 2, -3, 4));
     const V q = V(1, -1, 0) / 0.0;
     EXPECT_EQ(q.x, std::numeric_limits<double>::infinity());
     EXPECT_TRUE(std::isnan(q.z));

@@ -1,6 +1,7 @@
 // Test helper: comparisons of the library's value types that say, on failure,
 // which coordinate differed and by how much. Use them as
 //   EXPECT_TRUE(NearXyz(actual, expected, 1e-12));   // within a printed tolerance
+//   EXPECT_TRUE(EqualXyz(actual, 1, 2, 3));           // exactly these coordinates
 //   EXPECT_TRUE(SameBits(actual, expected));          // bit for bit (NaN == NaN, -0 != +0)
 // They are templates over the field names, so one predicate serves points,
 // vectors and unit vectors (x, y, z), the 2D types (x, y), planes (a, b, c, d)
@@ -61,6 +62,13 @@ template <typename A, typename B>
     ok = detail::NearField(why, "y", a.y, b.y, tol) && ok;
     ok = detail::NearField(why, "z", a.z, b.z, tol) && ok;
     return detail::Verdict(ok, why);
+}
+
+/// x, y and z equal (==) to the given values, for exactly computed results.
+template <typename A>
+::testing::AssertionResult EqualXyz(const A& a, double x, double y, double z) {
+    const struct { double x, y, z; } expected{x, y, z};
+    return NearXyz(a, expected, 0.0);
 }
 
 /// The four plane coefficients within tol of each other.
