@@ -107,7 +107,6 @@ TEST(Ellipse2f, ClosestPointParameter) {
         const CVector2f off = p - foot;
         EXPECT_LT(std::fabs(Dot(tangent, off)), 1e-4 * tangent.Length() * off.Length());
     }
-
 }
 
 namespace {
